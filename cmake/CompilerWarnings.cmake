@@ -1,0 +1,10 @@
+# Warning set shared by every target of ours.
+function(velmora_set_warnings target)
+    target_compile_options(${target} PRIVATE
+        -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+        -Wimplicit-fallthrough -Wformat=2 -Wmisleading-indentation -Wduplicated-cond
+        -Wlogical-op -Wcast-qual)
+    if(VELMORA_WERROR)
+        target_compile_options(${target} PRIVATE -Werror)
+    endif()
+endfunction()

@@ -1,0 +1,47 @@
+#include "model/Resources.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+
+namespace velmora {
+
+namespace {
+
+QString& overrideRoot() {
+    static QString root;
+    return root;
+}
+
+QString executableDir() {
+    if (QCoreApplication::instance())
+        return QCoreApplication::applicationDirPath();
+    // Without an application object (early in main, some tools) ask the kernel.
+    return QFileInfo(QStringLiteral("/proc/self/exe"))
+        .canonicalFilePath()
+        .section(QLatin1Char('/'), 0, -2);
+}
+
+} // namespace
+
+QString resourcesRoot() {
+    if (!overrideRoot().isEmpty())
+        return overrideRoot();
+    const QString fromEnv = qEnvironmentVariable("VELMORA_RESOURCES");
+    if (!fromEnv.isEmpty())
+        return fromEnv;
+    const QDir exeDir(executableDir());
+    for (const QString& relative :
+         {QStringLiteral("resources"), QStringLiteral("../share/velmora")}) {
+        const QString candidate = QDir::cleanPath(exeDir.filePath(relative));
+        if (QFileInfo(candidate).isDir())
+            return candidate;
+    }
+    return {};
+}
+
+void setResourcesRoot(const QString& path) {
+    overrideRoot() = path;
+}
+
+} // namespace velmora

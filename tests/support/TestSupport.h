@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QColor>
+#include <QImage>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <ostream>
+
+// Readable failure messages for Qt strings.
+inline std::ostream& operator<<(std::ostream& os, const QString& s) {
+    return os << '"' << s.toStdString() << '"';
+}
+inline std::ostream& operator<<(std::ostream& os, const QStringList& list) {
+    os << '[';
+    for (qsizetype i = 0; i < list.size(); ++i)
+        os << (i ? ", " : "") << list[i];
+    return os << ']';
+}
+
+namespace velmora::test {
+
+/// The staged resources folder of the build tree (kernel module, artwork).
+QString buildResources();
+
+/// A scratch folder that disappears with the object.
+class TempTree {
+public:
+    TempTree();
+    QString path() const { return m_dir.path(); }
+    QString file(const QString& relative) const { return m_dir.filePath(relative); }
+    /// Creates the folders leading to `relative` and writes a small PNG there.
+    QString addPng(const QString& relative, QSize size = {8, 4},
+                   QColor colour = QColor(255, 200, 100, 255)) const;
+    /// Creates folders and writes arbitrary bytes.
+    QString addFile(const QString& relative, const QByteArray& bytes) const;
+    QString addDir(const QString& relative) const;
+
+private:
+    QTemporaryDir m_dir;
+};
+
+/// A resources folder with a small catalogue: Glows/orb.png (64 x 32),
+/// Stickers/moon.png (40 x 40), and its kernel module when one is built.
+class SampleResources : public TempTree {
+public:
+    SampleResources();
+};
+
+} // namespace velmora::test

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <QString>
+#include <QStringView>
+
+#include <array>
+#include <optional>
+
+namespace velmora {
+
+/// How a placed layer combines with everything beneath it.
+/// Declaration order is the order menus list the modes in.
+enum class LayerBlendMode { normal, screen, multiply };
+
+inline constexpr std::array<LayerBlendMode, 3> allLayerBlendModes{
+    LayerBlendMode::normal, LayerBlendMode::screen, LayerBlendMode::multiply};
+
+/// "normal", "screen" or "multiply": the stable spelling used in scripts.
+QString rawValue(LayerBlendMode mode);
+
+/// "Normal", "Screen" or "Multiply": what the blend menu shows.
+QString title(LayerBlendMode mode);
+
+/// Exactly the three raw values; anything else (including "Screen") gives nothing.
+std::optional<LayerBlendMode> layerBlendModeFromRaw(QStringView raw);
+
+} // namespace velmora

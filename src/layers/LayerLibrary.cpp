@@ -1,0 +1,208 @@
+#include "layers/LayerLibrary.h"
+
+#include "layers/DebugLog.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+namespace velmora {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+QString decodedName(const fs::path& path) {
+    return QFile::decodeName(QByteArray::fromStdString(path.filename().string()));
+}
+
+QString joinPath(const QString& folder, const QString& name) {
+    return folder.endsWith(QLatin1Char('/')) ? folder + name : folder + QLatin1Char('/') + name;
+}
+
+bool passesPngTest(const QString& fileName) {
+    return QFileInfo(fileName).suffix().toLower() == QLatin1String("png");
+}
+
+QString baseName(const QString& fileName) {
+    return QFileInfo(fileName).completeBaseName();
+}
+
+struct Entry {
+    QString name;
+    bool isDirectory = false;
+};
+
+/// Direct entries of `folder`, hidden ones included. Returns false when the folder
+/// cannot be listed. An entry whose type cannot be read counts as a file.
+bool listEntries(const QString& folder, QList<Entry>& out) {
+    std::error_code ec;
+    fs::directory_iterator it(fs::path(QFile::encodeName(folder).toStdString()), ec);
+    if (ec)
+        return false;
+    for (const fs::directory_iterator end; it != end; it.increment(ec)) {
+        if (ec)
+            return false;
+        std::error_code typeError;
+        const bool isDirectory = it->is_directory(typeError);
+        out.append({decodedName(it->path()), isDirectory && !typeError});
+    }
+    return true;
+}
+
+/// PNG files directly inside `folder`, in file order; empty when it cannot be listed.
+QStringList pngFiles(const QString& folder) {
+    QList<Entry> entries;
+    QStringList files;
+    if (!listEntries(folder, entries))
+        return files;
+    for (const Entry& entry : entries) {
+        if (passesPngTest(entry.name))
+            files.append(joinPath(folder, entry.name));
+    }
+    std::sort(files.begin(), files.end(), [](const QString& a, const QString& b) {
+        return LayerLibrary::fileOrderLess(QFileInfo(a).fileName(), QFileInfo(b).fileName());
+    });
+    return files;
+}
+
+/// Category word of a loose file in the resources root: the first non-empty piece
+/// of its base name split at "_", or "Layers" when it has no "_" (or only "_").
+QString fallbackCategory(const QString& fileName) {
+    const QString base = baseName(fileName);
+    if (!base.contains(QLatin1Char('_')))
+        return QStringLiteral("Layers");
+    qsizetype start = 0;
+    while (start < base.size() && base.at(start) == QLatin1Char('_'))
+        ++start;
+    if (start == base.size())
+        return QStringLiteral("Layers");
+    const qsizetype end = base.indexOf(QLatin1Char('_'), start);
+    return base.mid(start, end < 0 ? -1 : end - start);
+}
+
+} // namespace
+
+bool LayerLibrary::fileOrderLess(const QString& a, const QString& b) {
+    const QList<uint> ua = a.normalized(QString::NormalizationForm_C).toUcs4();
+    const QList<uint> ub = b.normalized(QString::NormalizationForm_C).toUcs4();
+    return std::lexicographical_compare(ua.begin(), ua.end(), ub.begin(), ub.end());
+}
+
+LayerLibrary::LayerLibrary(const QString& resourcesRoot) {
+    const QString candidate =
+        resourcesRoot.isEmpty() ? QString() : joinPath(resourcesRoot, QStringLiteral("Layers"));
+    if (!candidate.isEmpty() && QFileInfo::exists(candidate)) {
+        debugLog(QStringLiteral("Layers folder: ") + candidate);
+        scanLayersFolder(candidate);
+    } else {
+        scanLoosePNGs(resourcesRoot);
+    }
+    debugLog(QStringLiteral("Total: %1 layers in %2 categories")
+                 .arg(m_assets.size())
+                 .arg(m_categories.size()));
+}
+
+void LayerLibrary::scanLayersFolder(const QString& folder) {
+    QList<Entry> entries;
+    if (!listEntries(folder, entries))
+        return;
+    std::sort(entries.begin(), entries.end(),
+              [](const Entry& a, const Entry& b) { return fileOrderLess(a.name, b.name); });
+
+    QStringList looseFiles;
+    for (const Entry& entry : entries) {
+        if (entry.isDirectory) {
+            const QStringList files = pngFiles(joinPath(folder, entry.name));
+            if (files.isEmpty()) {
+                debugLog(QStringLiteral("  '") + entry.name +
+                         QStringLiteral("': no PNGs, skipped"));
+            } else {
+                addCategory(entry.name, files);
+                debugLog(QStringLiteral("  '%1': %2 layers").arg(entry.name).arg(files.size()));
+            }
+        } else if (passesPngTest(entry.name)) {
+            looseFiles.append(joinPath(folder, entry.name));
+        }
+    }
+    if (!looseFiles.isEmpty()) {
+        // Already in file order: the entries were sorted by the same rule.
+        addCategory(QStringLiteral("Layers"), looseFiles);
+        debugLog(QStringLiteral("  (loose) %1 layers directly in Layers/").arg(looseFiles.size()));
+    }
+}
+
+void LayerLibrary::scanLoosePNGs(const QString& root) {
+    if (root.isEmpty())
+        return;
+    debugLog(QStringLiteral("No Layers folder; scanning loose PNGs in ") + root);
+    const QStringList files = pngFiles(root);
+    if (files.isEmpty())
+        return;
+
+    QStringList words;
+    QHash<QString, QStringList> groups;
+    for (const QString& file : files) {
+        const QString word = fallbackCategory(QFileInfo(file).fileName());
+        if (!groups.contains(word))
+            words.append(word);
+        groups[word].append(file);
+    }
+    std::sort(words.begin(), words.end(), fileOrderLess);
+    for (const QString& word : words) {
+        const QStringList& group = groups[word];
+        addCategory(word, group);
+        debugLog(QStringLiteral("  '%1': %2 layers").arg(word).arg(group.size()));
+    }
+}
+
+void LayerLibrary::addCategory(const QString& name, const QStringList& files) {
+    m_categories.append(name);
+    const QString prefix = name + QLatin1Char('_');
+    for (const QString& file : files) {
+        const QString fileName = QFileInfo(file).fileName();
+        QString displayName = baseName(fileName);
+        if (displayName.startsWith(prefix))
+            displayName.remove(0, prefix.size());
+        m_assets.append(
+            {name + QLatin1Char('/') + fileName, displayName, name, QUrl::fromLocalFile(file)});
+    }
+}
+
+QList<LayerAsset> LayerLibrary::assets(const QString& category) const {
+    QList<LayerAsset> result;
+    for (const LayerAsset& asset : m_assets) {
+        if (asset.category == category)
+            result.append(asset);
+    }
+    return result;
+}
+
+const LayerAsset* LayerLibrary::asset(const QString& id) const {
+    for (const LayerAsset& asset : m_assets) {
+        if (asset.id == id)
+            return &asset;
+    }
+    return nullptr;
+}
+
+QImage LayerLibrary::displayImage(const QString& id) {
+    if (const auto cached = m_displayCache.constFind(id); cached != m_displayCache.constEnd())
+        return *cached;
+    const LayerAsset* found = asset(id);
+    if (!found)
+        return {};
+    QImageReader reader(found->filePath());
+    QImage image = reader.read();
+    if (image.isNull())
+        return {};
+    image = std::move(image).convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    m_displayCache.insert(id, image);
+    return image;
+}
+
+} // namespace velmora

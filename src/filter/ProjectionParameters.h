@@ -1,0 +1,25 @@
+#pragma once
+
+namespace velmora {
+
+/// One render's projection settings, in the order the kernel takes them.
+/// Angles in radians; `outputSide` in pixels, where 0 or less means "the larger side
+/// of the source".
+struct ProjectionParameters {
+    float zoom = 1.f;
+    float convexity = 0.f;
+    float rotation = 0.f;
+    float twist = 0.f;
+    float shiftX = 0.f;
+    float horizon = 0.f;
+    float flipX = 0.f;
+    float flipY = 0.f;
+    bool invert = false;
+    float blendWidth = 0.12f;
+    float repeats = 1.f;
+    double outputSide = 0.0;
+
+    bool operator==(const ProjectionParameters&) const = default;
+};
+
+} // namespace velmora

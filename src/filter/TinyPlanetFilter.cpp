@@ -1,0 +1,129 @@
+#include "filter/TinyPlanetFilter.h"
+
+#include "filter/FatalError.h"
+#include "render/ImageNode.h"
+#include "render/RenderContext.h"
+#include "render/SourcePixels.h"
+
+#include <QFileInfo>
+#include <QLibrary>
+
+#include <algorithm>
+#include <cmath>
+
+namespace velmora {
+
+namespace {
+
+/// Runs the kernel over the tiles it is asked for.
+class TinyPlanetNode final : public render::ImageNode {
+public:
+    struct Arguments {
+        VmVec2 inputSize;
+        VmVec2 outputSize;
+        ProjectionParameters p;
+    };
+
+    TinyPlanetNode(VmTinyPlanetFn kernel, std::shared_ptr<const render::SourcePixels> source,
+                   const Arguments& args, double side)
+        : ImageNode(QRectF(0.0, 0.0, side, side))
+        , m_kernel(kernel)
+        , m_source(std::move(source))
+        , m_args(args) {}
+
+    // The kernel may sample any source pixel for any output pixel, at any level.
+    void prepare() const override { m_source->ensurePyramid(); }
+
+    void render(const QRect& rect, const render::TileView& out, render::Scratch&) const override {
+        out.clear();
+        const QRect inside = render::extents::pixelsOf(extent(), rect);
+        if (inside.isEmpty())
+            return;
+        const render::TileView target =
+            out.sub(inside.left() - rect.left(), inside.top() - rect.top(), inside.width(),
+                    inside.height());
+        const VmDestination destination{inside.left(),   inside.top(),  inside.width(),
+                                        inside.height(), target.pixels, target.stride};
+        const ProjectionParameters& p = m_args.p;
+        m_kernel(&m_source->sampler(), m_args.inputSize, m_args.outputSize, p.zoom, p.convexity,
+                 p.rotation, p.twist, p.shiftX, p.horizon, p.flipX, p.flipY, p.invert ? 1.0f : 0.0f,
+                 p.blendWidth, p.repeats, &destination);
+    }
+
+private:
+    VmTinyPlanetFn m_kernel;
+    std::shared_ptr<const render::SourcePixels> m_source;
+    Arguments m_args;
+};
+
+/// A recipe that is not plain decoded pixels gets rendered once at 16 bits so the
+/// kernel can sample it anywhere.
+std::shared_ptr<const render::SourcePixels> rasterized(const render::Image& image, int w, int h) {
+    const std::vector<float> floats =
+        render::RenderContext().renderFloats(image, QRect(0, 0, w, h));
+    QImage deep(w, h, QImage::Format_RGBA64);
+    if (deep.isNull() || floats.empty())
+        return nullptr;
+    for (int y = 0; y < h; ++y) {
+        auto* row = reinterpret_cast<quint16*>(deep.scanLine(y));
+        const float* f = floats.data() + 4 * static_cast<size_t>(y) * w;
+        for (int x = 0; x < w; ++x, f += 4, row += 4) {
+            const float a = std::clamp(f[3], 0.f, 1.f);
+            const float inv = a > 0.f ? 1.f / a : 0.f;
+            for (int i = 0; i < 3; ++i)
+                row[i] = static_cast<quint16>(std::clamp(f[i] * inv, 0.f, 1.f) * 65535.f + 0.5f);
+            row[3] = static_cast<quint16>(a * 65535.f + 0.5f);
+        }
+    }
+    return render::SourcePixels::create(std::move(deep));
+}
+
+} // namespace
+
+QString TinyPlanetFilter::modulePath(const QString& resourcesRoot) {
+    return resourcesRoot + QStringLiteral("/kernels/tinyplanet.so");
+}
+
+TinyPlanetFilter::TinyPlanetFilter(const QString& resourcesRoot) {
+    const QString path = modulePath(resourcesRoot);
+    // The module stays loaded for the life of the process (QLibrary never unloads on
+    // destruction), so the function pointer outlives this object safely.
+    QLibrary library(path);
+    if (resourcesRoot.isEmpty() || !QFileInfo(path).isFile() || !library.load())
+        fatalError(kernelFailureMessage);
+    const auto version =
+        reinterpret_cast<VmAbiVersionFn>(library.resolve("velmoraKernelAbiVersion"));
+    m_kernel = reinterpret_cast<VmTinyPlanetFn>(library.resolve("tinyPlanet"));
+    if (!version || version() != VM_KERNEL_ABI_VERSION || !m_kernel)
+        fatalError(kernelFailureMessage);
+}
+
+std::optional<render::Image> TinyPlanetFilter::apply(const render::Image& source,
+                                                     const ProjectionParameters& parameters) const {
+    const QRectF e = source.extent();
+    if (!(e.width() > 0.0) || !(e.height() > 0.0) || !std::isfinite(e.width()) ||
+        !std::isfinite(e.height()) || !std::isfinite(e.x()) || !std::isfinite(e.y()))
+        return std::nullopt;
+
+    const render::Image src = source.translated(-e.x(), -e.y());
+    const double w = e.width();
+    const double h = e.height();
+    QPoint offset;
+    std::shared_ptr<const render::SourcePixels> pixels = src.sourcePixels(&offset);
+    if (!pixels || offset != QPoint(0, 0)) {
+        pixels = rasterized(src, static_cast<int>(std::ceil(w)), static_cast<int>(std::ceil(h)));
+        if (!pixels)
+            return std::nullopt;
+    }
+
+    const double side = parameters.outputSide > 0.0 ? parameters.outputSide : std::max(w, h);
+    if (!std::isfinite(side))
+        return std::nullopt;
+    TinyPlanetNode::Arguments args{{static_cast<float>(w), static_cast<float>(h)},
+                                   {static_cast<float>(side), static_cast<float>(side)},
+                                   parameters};
+    return render::Image::fromNode(
+        std::make_shared<TinyPlanetNode>(m_kernel, std::move(pixels), args, side));
+}
+
+} // namespace velmora

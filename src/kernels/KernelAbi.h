@@ -1,0 +1,87 @@
+#pragma once
+
+// The binary interface between the program and its kernel module. Plain C types only:
+// the module is built and loaded separately, so nothing here may change layout
+// without raising VM_KERNEL_ABI_VERSION.
+//
+// Conventions
+// - Pixel coordinates: origin at the top-left, x right, y down; pixel (i, j) covers
+//   [i, i + 1) x [j, j + 1) and is sampled at its centre.
+// - Source pixels: sRGB-encoded, straight (unpremultiplied) alpha, as decoded.
+// - Destination pixels: RGBA float, premultiplied, sRGB-encoded values (the engine's
+//   tile format). Kernels interpolate in linear light and encode the result.
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#define VM_KERNEL_ABI_VERSION 1
+#define VM_MAX_LEVELS 24
+
+/// Byte layouts of source pixels.
+enum VmPixelFormat {
+    VM_FORMAT_RGBA8 = 0,  ///< bytes R, G, B, A
+    VM_FORMAT_BGRA8 = 1,  ///< bytes B, G, R, A (Qt's 32-bit formats on little-endian)
+    VM_FORMAT_RGBA16 = 2, ///< 16-bit words R, G, B, A in native byte order
+};
+
+/// One level of a mip pyramid; level 0 is the picture as decoded.
+typedef struct VmLevel {
+    const void* pixels;
+    int32_t width;
+    int32_t height;
+    int64_t stride; ///< bytes from one row to the next
+} VmLevel;
+
+/// A source picture and its pyramid, read-only while a kernel runs.
+typedef struct VmSampler {
+    int32_t format;     ///< VmPixelFormat
+    int32_t opaque;     ///< 1 when every pixel has alpha 1 (lets samplers skip alpha)
+    int32_t levelCount; ///< at least 1
+    VmLevel levels[VM_MAX_LEVELS];
+    const float* decode8;  ///< 256 entries: sRGB code -> linear light
+    const float* decode16; ///< 65536 entries: sRGB 16-bit code -> linear light
+    const float* encode;   ///< VM_ENCODE_SIZE + 2 entries: linear i / size -> sRGB, last repeated
+    /// Colour step across the wrap seam, row by row of level 0: (first columns - last
+    /// columns), linear premultiplied RGBA, blurred vertically. seamRows is 0 when
+    /// the table has not been built.
+    const float* seamDelta;
+    int32_t seamRows;
+    /// 1 when the picture's ends continue into each other (a 360 panorama): only the
+    /// colour step is blended. 0 when they do not: the ends themselves cross-fade.
+    int32_t seamWraps;
+} VmSampler;
+
+#define VM_ENCODE_SIZE 4096
+
+typedef struct VmVec2 {
+    float x;
+    float y;
+} VmVec2;
+
+/// The rectangle a kernel call fills: (x, y) is the top-left destination pixel.
+typedef struct VmDestination {
+    int32_t x;
+    int32_t y;
+    int32_t width;
+    int32_t height;
+    float* pixels;  ///< RGBA floats, premultiplied, sRGB-encoded
+    int64_t stride; ///< floats from one row to the next
+} VmDestination;
+
+/// The projection kernel: the source sampler, then thirteen scalar and vector
+/// arguments in their fixed order, then the destination (the implicit last argument
+/// of any general kernel).
+typedef void (*VmTinyPlanetFn)(const VmSampler* source, VmVec2 inputSize, VmVec2 outputSize,
+                               float zoom, float convexity, float rotation, float twist,
+                               float shiftX, float horizon, float flipX, float flipY, float invert,
+                               float blendWidth, float repeats, const VmDestination* destination);
+
+/// Every module exports this so the loader can refuse a module built for another ABI.
+typedef int32_t (*VmAbiVersionFn)(void);
+
+#ifdef __cplusplus
+}
+#endif

@@ -1,0 +1,206 @@
+#pragma once
+
+// Texture sampling shared by the engine and the kernel module (compiled into each, so
+// the module stays self-contained). Arithmetic is in linear light, premultiplied, one
+// SSE vector per colour (lanes r, g, b, a); storeEncoded() encodes results to sRGB.
+
+#include "kernels/KernelAbi.h"
+
+#include <immintrin.h>
+
+#include <cmath>
+#include <cstring>
+
+// Forced inline so each compiled variant of a hot loop gets its own copy.
+#define VM_INLINE inline __attribute__((always_inline))
+
+namespace velmora::sampling {
+
+/// Linear-light, premultiplied colour.
+struct Rgba {
+    __m128 v = _mm_setzero_ps();
+
+    float alpha() const { return _mm_cvtss_f32(_mm_shuffle_ps(v, v, _MM_SHUFFLE(3, 3, 3, 3))); }
+};
+
+VM_INLINE Rgba operator+(Rgba x, Rgba y) {
+    return {_mm_add_ps(x.v, y.v)};
+}
+VM_INLINE Rgba operator-(Rgba x, Rgba y) {
+    return {_mm_sub_ps(x.v, y.v)};
+}
+VM_INLINE Rgba operator*(Rgba x, float k) {
+    return {_mm_mul_ps(x.v, _mm_set1_ps(k))};
+}
+VM_INLINE Rgba lerp(Rgba x, Rgba y, float t) {
+    return {_mm_add_ps(x.v, _mm_mul_ps(_mm_sub_ps(y.v, x.v), _mm_set1_ps(t)))};
+}
+
+/// Where samples outside the picture come from.
+enum class Edge {
+    wrapXClampY, ///< a panorama: x goes round, y stops at the poles
+    transparent, ///< artwork: nothing outside its bounds
+};
+
+/// Clamps into [lo, hi]; NaN becomes lo, so no later int conversion is undefined.
+/// (Written with comparisons: fmin/fmax are library calls without -ffast-math.)
+VM_INLINE float clampf(float x, float lo, float hi) {
+    x = x > lo ? x : lo;
+    return x < hi ? x : hi;
+}
+
+/// floor() for values already known to fit an int.
+VM_INLINE int floorToInt(float x) {
+    const int i = static_cast<int>(x);
+    return x < static_cast<float>(i) ? i - 1 : i;
+}
+
+/// One source pixel in linear light, premultiplied. `Opaque` sources skip the alpha
+/// arithmetic (their alpha is 1 everywhere).
+template <int Format, bool Opaque>
+VM_INLINE Rgba texelInRow(const VmSampler& s, const unsigned char* row, int x) {
+    if constexpr (Format == VM_FORMAT_RGBA16) {
+        uint16_t p[4];
+        std::memcpy(p, row + 8 * static_cast<int64_t>(x), sizeof p);
+        const __m128 c = _mm_setr_ps(s.decode16[p[0]], s.decode16[p[1]], s.decode16[p[2]], 1.f);
+        if constexpr (Opaque)
+            return {c};
+        return {_mm_mul_ps(c, _mm_set1_ps(p[3] * (1.f / 65535.f)))};
+    } else {
+        const unsigned char* p = row + 4 * static_cast<int64_t>(x);
+        constexpr int r = Format == VM_FORMAT_BGRA8 ? 2 : 0;
+        const __m128 c = _mm_setr_ps(s.decode8[p[r]], s.decode8[p[1]], s.decode8[p[2 - r]], 1.f);
+        if constexpr (Opaque)
+            return {c};
+        return {_mm_mul_ps(c, _mm_set1_ps(p[3] * (1.f / 255.f)))};
+    }
+}
+
+VM_INLINE const unsigned char* rowOf(const VmLevel& level, int y) {
+    return static_cast<const unsigned char*>(level.pixels) + y * level.stride;
+}
+
+template <int Format, bool Opaque>
+VM_INLINE Rgba texel(const VmSampler& s, const VmLevel& level, int x, int y) {
+    return texelInRow<Format, Opaque>(s, rowOf(level, y), x);
+}
+
+/// Bilinear sample at (x, y) in the level's pixel units (pixel centres at +0.5).
+template <int Format, Edge E, bool Opaque>
+VM_INLINE Rgba bilinear(const VmSampler& s, const VmLevel& level, float x, float y) {
+    const int w = level.width;
+    const int h = level.height;
+    // Bound the coordinates first: any float may arrive here, NaN included.
+    x = clampf(x - 0.5f, -2.f, static_cast<float>(w) + 1.f);
+    y = clampf(y - 0.5f, -2.f, static_cast<float>(h) + 1.f);
+    int x0 = floorToInt(x);
+    int y0 = floorToInt(y);
+    const float tx = x - static_cast<float>(x0);
+    const float ty = y - static_cast<float>(y0);
+    int x1 = x0 + 1;
+    int y1 = y0 + 1;
+
+    if constexpr (E == Edge::wrapXClampY) {
+        // x is within [-2, w + 1], so two corrections each way always suffice.
+        const auto wrap = [w](int i) {
+            i = i < 0 ? i + w : i;
+            i = i < 0 ? i + w : i;
+            i = i >= w ? i - w : i;
+            return i >= w ? i - w : i;
+        };
+        x0 = wrap(x0);
+        x1 = wrap(x1);
+        y0 = y0 < 0 ? 0 : (y0 >= h ? h - 1 : y0);
+        y1 = y1 < 0 ? 0 : (y1 >= h ? h - 1 : y1);
+        const unsigned char* r0 = rowOf(level, y0);
+        const unsigned char* r1 = rowOf(level, y1);
+        const Rgba top =
+            lerp(texelInRow<Format, Opaque>(s, r0, x0), texelInRow<Format, Opaque>(s, r0, x1), tx);
+        const Rgba bottom =
+            lerp(texelInRow<Format, Opaque>(s, r1, x0), texelInRow<Format, Opaque>(s, r1, x1), tx);
+        return lerp(top, bottom, ty);
+    } else {
+        const auto fetch = [&](int xi, int yi) {
+            return (xi < 0 || yi < 0 || xi >= w || yi >= h)
+                       ? Rgba{}
+                       : texel<Format, Opaque>(s, level, xi, yi);
+        };
+        const Rgba top = lerp(fetch(x0, y0), fetch(x1, y0), tx);
+        const Rgba bottom = lerp(fetch(x0, y1), fetch(x1, y1), tx);
+        return lerp(top, bottom, ty);
+    }
+}
+
+/// A cheap log2, good to about 0.005: enough to pick a pyramid level.
+VM_INLINE float fastLog2(float x) {
+    if (!(x > 1e-30f))
+        return -100.f;
+    if (x > 1e30f)
+        return 100.f;
+    uint32_t bits;
+    std::memcpy(&bits, &x, sizeof bits);
+    const int exponent = static_cast<int>((bits >> 23) & 0xff) - 127;
+    bits = (bits & 0x007fffffu) | 0x3f800000u; // mantissa as a float in [1, 2)
+    float m;
+    std::memcpy(&m, &bits, sizeof m);
+    return static_cast<float>(exponent) + (-0.34484843f * m + 2.02466578f) * m - 1.67487759f;
+}
+
+/// Filtered sample at normalised coordinates (u, v) of level 0 (0..1 over its width
+/// and height); `lod` is log2 of the footprint in level-0 pixels. Between two levels
+/// the blend is trilinear, except within 0.2 of a level, where that level alone is
+/// used: half the fetches, and no visible difference at these footprints.
+template <int Format, Edge E, bool Opaque>
+VM_INLINE Rgba sampleLod(const VmSampler& s, float u, float v, float lod) {
+    const int last = s.levelCount - 1;
+    lod = clampf(lod, 0.f, static_cast<float>(last));
+    int l0 = static_cast<int>(lod);
+    float t = lod - static_cast<float>(l0);
+    if (t > 0.8f && l0 < last) {
+        ++l0;
+        t = 0.f;
+    }
+    const VmLevel& a = s.levels[l0];
+    const Rgba first = bilinear<Format, E, Opaque>(s, a, u * static_cast<float>(a.width),
+                                                   v * static_cast<float>(a.height));
+    if (t < 0.2f || l0 == last)
+        return first;
+    const VmLevel& b = s.levels[l0 + 1];
+    const Rgba second = bilinear<Format, E, Opaque>(s, b, u * static_cast<float>(b.width),
+                                                    v * static_cast<float>(b.height));
+    return lerp(first, second, (t - 0.2f) * (1.f / 0.6f));
+}
+
+/// Linear light in [0, 1] to sRGB code value in [0, 1], from the encode table.
+VM_INLINE float encode(const VmSampler& s, float linear) {
+    // i + 1 may reach VM_ENCODE_SIZE + 1: the table has one entry of padding.
+    const float x = clampf(linear, 0.f, 1.f) * VM_ENCODE_SIZE;
+    const int i = static_cast<int>(x);
+    const float t = x - static_cast<float>(i);
+    return s.encode[i] + (s.encode[i + 1] - s.encode[i]) * t;
+}
+
+/// Writes a linear premultiplied colour as premultiplied sRGB-encoded floats.
+VM_INLINE void storeEncoded(const VmSampler& s, Rgba c, float* out) {
+    alignas(16) float f[4];
+    _mm_store_ps(f, c.v);
+    const float a = clampf(f[3], 0.f, 1.f);
+    if (a <= 0.f) {
+        _mm_storeu_ps(out, _mm_setzero_ps());
+        return;
+    }
+    if (a >= 0.99999f) {
+        out[0] = encode(s, f[0]);
+        out[1] = encode(s, f[1]);
+        out[2] = encode(s, f[2]);
+        out[3] = 1.f;
+        return;
+    }
+    const float inv = 1.f / a;
+    out[0] = encode(s, f[0] * inv) * a;
+    out[1] = encode(s, f[1] * inv) * a;
+    out[2] = encode(s, f[2] * inv) * a;
+    out[3] = a;
+}
+
+} // namespace velmora::sampling

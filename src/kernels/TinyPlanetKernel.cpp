@@ -1,0 +1,332 @@
+// The "tinyPlanet" projection kernel, built as its own module and loaded at start.
+//
+// Every destination pixel shows one direction of the viewing sphere; the kernel finds
+// that direction and samples the panorama there. With p the pixel centre in the unit
+// square (y down) and side the square's side in pixels:
+//
+//  1. Planet centre c = (0.5 + 0.5 shiftX, 0.5 - 0.5 horizon). q = 2 (p - c), in
+//     half-sides, turned by -rotation: positive rotation turns the picture clockwise
+//     about the planet centre (the square's centre unless shifted).
+//  2. r = |q|. Azimuth theta = atan2(q.x, -q.y) + twist * r: 0 straight up, growing
+//     clockwise; twist bends the azimuth with the radius into a spiral.
+//  3. Angle from the nadir: s = r / (0.5 zoom), so the horizon is a circle of radius
+//     0.5 zoom half-sides, and c = 2 atan(f(s)). f(s) = s is the stereographic
+//     projection (angle-preserving: round things stay round). Convexity bends it:
+//     f(s) = s ((1 + s^2) / 2)^((e - 1) / 2) with e = 2^(1.2 convexity) keeps the
+//     horizon at s = 1 and the centre free of singularities; convexity > 0 magnifies
+//     the ground and squeezes the horizon like a ball, convexity < 0 flattens the
+//     ground and opens the horizon out.
+//  4. invert: c -> pi - c, the zenith in the middle and the ground outside.
+//  5. Flips tilt the sphere before projecting: the direction (sin c sin theta,
+//     sin c cos theta, cos c) in (right, up, along the view) turns by flipY * pi about
+//     the picture's horizontal axis, then by flipX * pi about its vertical axis. At
+//     flipY = -0.6 the view looks just above the horizon, which then runs across.
+//  6. Longitude lambda = atan2(right, up), elevation phi = -asin(along the view).
+//     u = frac(0.5 + repeats lambda / 2 pi): the panorama's middle is straight up,
+//     its left half on the left, and repeats is how often it goes round.
+//     v = 0.5 - phi / pi: the top row is the zenith, the bottom row the nadir.
+//  7. Seam: where u wraps, the picture's left and right ends meet; within blendWidth / 2
+//     of the seam (in u) they are blended with a smoothstep. If the ends continue
+//     into each other (a 360 panorama, judged once per picture) only the colour step
+//     between them (first and last columns, blurred along the seam) is cross-faded,
+//     which fixes exposure mismatches and leaves a clean stitch untouched. If they do
+//     not (a wide photo), each end is continued past the seam by reflection and the
+//     two cross-fade, so no hard cut remains. blendWidth < 0.005 turns it off.
+//  8. Filtering: trilinear from the source pyramid, the level chosen from the pixel's
+//     footprint in the source, so the pole and the sky's edge do not sparkle.
+//
+// Everything is clamped before memory is touched: any argument, NaN and infinities
+// included, yields some colour from inside the source.
+
+#include "kernels/FastMath.h"
+#include "kernels/KernelAbi.h"
+#include "kernels/Sampling.h"
+
+#include <algorithm>
+#include <cmath>
+
+using namespace velmora::sampling;
+namespace fm = velmora::fastmath;
+
+namespace {
+
+constexpr int block = 64;
+
+struct Setup {
+    float centreX = 0.f; // planet centre, pixels
+    float centreY = 0.f;
+    float toHalfSides = 0.f;
+    float cosR = 1.f;
+    float sinR = 0.f;
+    float twist = 0.f;
+    float invHorizon = 0.f;
+    float bend = 0.f; // (e - 1) / 2; 0 means stereographic
+    bool invert = false;
+    bool flips = false;
+    float cosFy = 1.f, sinFy = 0.f, cosFx = 1.f, sinFx = 0.f;
+    float turns = 0.f; // repeats / 2 pi
+    float seamHalf = 0.f;
+    float width = 1.f; // level-0 size, pixels
+    float height = 1.f;
+};
+
+VM_INLINE float finiteOr(float x, float fallback) {
+    return std::isfinite(x) ? x : fallback;
+}
+
+/// Maps `n` destination pixels of one row, starting at column x0, to panorama
+/// coordinates (u in [0, 1), v). Branch-free per pixel, so it vectorises; the choices
+/// that hold for the whole call are template parameters.
+template <bool Flips, bool Bend>
+VM_INLINE void mapRow(const Setup& k, int x0, int py, int n, float* __restrict us,
+                      float* __restrict vs) {
+    // Everything the loop reads, in locals: the stores below cannot then be suspected
+    // of changing it, and the loop vectorises.
+    const float cx = k.centreX, toHalf = k.toHalfSides, cosR = k.cosR, sinR = k.sinR;
+    const float twist = k.twist, invHorizon = k.invHorizon, bend = k.bend, turns = k.turns;
+    const float cosFy = k.cosFy, sinFy = k.sinFy, cosFx = k.cosFx, sinFx = k.sinFx;
+    // v = vBase + vSign * c / pi: the nadir in the middle, or the zenith when inverted.
+    const float vBase = k.invert ? 0.f : 1.f;
+    const float vSign = k.invert ? 1.f : -1.f;
+    const float cosSign = k.invert ? -1.f : 1.f;
+    const bool twisted = twist != 0.f;
+    const float qy0 = (static_cast<float>(py) + 0.5f - k.centreY) * toHalf;
+
+    for (int i = 0; i < n; ++i) {
+        const float qx0 = (static_cast<float>(x0 + i) + 0.5f - cx) * toHalf;
+        const float qx = cosR * qx0 + sinR * qy0;
+        const float qy = -sinR * qx0 + cosR * qy0;
+        const float r = std::sqrt(qx * qx + qy * qy);
+        const float s = r * invHorizon;
+        float f = s;
+        if constexpr (Bend)
+            f = s * std::pow((1.f + s * s) * 0.5f, bend);
+
+        float lon;
+        float v;
+        if constexpr (!Flips) {
+            lon = fm::atan2(qx, -qy) + twist * r;
+            v = vBase + vSign * (2.f / fm::pi) * fm::atan(f);
+        } else {
+            // tan(c / 2) = f gives sin c and cos c without trigonometry; far out f may
+            // overflow, where the direction is the zenith.
+            const float ff = f * f;
+            const bool far = !(ff < 1e30f);
+            const float inv = 1.f / (1.f + (far ? 0.f : ff));
+            const float sinC = far ? 0.f : 2.f * f * inv;
+            const float cosC = cosSign * (far ? -1.f : (1.f - ff) * inv);
+            float sinT;
+            float cosT;
+            if (!twisted) {
+                const float invR = r > 0.f ? 1.f / r : 0.f;
+                sinT = qx * invR;
+                cosT = r > 0.f ? -qy * invR : 1.f;
+            } else {
+                const float t = fm::atan2(qx, -qy) + twist * r;
+                sinT = std::sin(t);
+                cosT = std::cos(t);
+            }
+            const float dx = sinC * sinT;
+            const float dy = sinC * cosT;
+            const float y1 = dy * cosFy - cosC * sinFy;
+            const float z1 = dy * sinFy + cosC * cosFy;
+            const float x2 = dx * cosFx + z1 * sinFx;
+            const float z2 = -dx * sinFx + z1 * cosFx;
+            lon = fm::atan2(x2, y1);
+            v = 0.5f + fm::asin(z2) * (1.f / fm::pi);
+        }
+        // Bounded before the whole turns are removed: lon may be any float, NaN too.
+        float u = clampf(0.5f + lon * turns, -1e6f, 1e6f);
+        u -= static_cast<float>(floorToInt(u));
+        us[i] = u;
+        vs[i] = v;
+    }
+}
+
+/// Signed distance from u to the nearest seam, in (-0.5, 0.5]: negative just before
+/// the wrap (the panorama's right end), positive just after it (the left end).
+VM_INLINE float seamDistance(float u) {
+    return u > 0.5f ? u - 1.f : u;
+}
+
+/// A difference of two u values taken the short way round, in [-0.5, 0.5].
+VM_INLINE float wrapDelta(float du) {
+    // u values lie in [0, 1), so du lies in (-1, 1).
+    return du - static_cast<float>(floorToInt(du + 0.5f));
+}
+
+/// The colour of a pixel within the seam band, `ds` (signed) and `reach` from the seam.
+template <int Format, bool Opaque>
+VM_INLINE Rgba blendSeam(const VmSampler& src, const Setup& k, Rgba natural, float ds, float reach,
+                         float v, float lod) {
+    if (src.seamWraps) {
+        // The scene goes on across the seam: cross-fade only the colour step between
+        // the two ends, half on each side, from the row's entry in the table.
+        const float y = clampf(v * static_cast<float>(src.seamRows) - 0.5f, 0.f,
+                               static_cast<float>(src.seamRows - 1));
+        const int row = static_cast<int>(y);
+        const int below = row + 1 < src.seamRows ? row + 1 : row;
+        const Rgba step =
+            lerp({_mm_loadu_ps(src.seamDelta + 4 * row)}, {_mm_loadu_ps(src.seamDelta + 4 * below)},
+                 y - static_cast<float>(row));
+        const float t = 1.f - reach / k.seamHalf;
+        const float weight = 0.5f * t * t * (3.f - 2.f * t);
+        Rgba c = natural + step * (ds < 0.f ? weight : -weight);
+        // Keep a valid premultiplied colour: 0 <= channel <= alpha <= 1.
+        c.v = _mm_max_ps(c.v, _mm_setzero_ps());
+        const float a = clampf(c.alpha(), 0.f, 1.f);
+        c.v = _mm_min_ps(c.v, _mm_set1_ps(a));
+        return c;
+    }
+    // Different scenes meet: each end is continued past the seam by reflection and
+    // the two cross-fade over the band, so no hard cut remains.
+    const Rgba reflected =
+        sampleLod<Format, Edge::wrapXClampY, Opaque>(src, ds < 0.f ? reach : 1.f - reach, v, lod);
+    const Rgba rightEnd = ds < 0.f ? natural : reflected;
+    const Rgba leftEnd = ds < 0.f ? reflected : natural;
+    const float t = 0.5f + 0.5f * ds / k.seamHalf;
+    return lerp(rightEnd, leftEnd, t * t * (3.f - 2.f * t));
+}
+
+// The hot loop is compiled twice, for AVX2/FMA machines and for any x86-64; the
+// dynamic loader picks one when the module is loaded.
+template <int Format, bool Opaque, bool Flips, bool Bend>
+__attribute__((target_clones("arch=haswell", "default"))) void
+runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0, int y0, int w,
+         int h) {
+    // Two rows of coordinates (this one and the next, for the footprint), one extra
+    // column for the same reason.
+    alignas(32) float u[2][block + 8];
+    alignas(32) float v[2][block + 8];
+    alignas(32) float lod[block];
+
+    mapRow<Flips, Bend>(k, x0, y0, w + 1, u[0], v[0]);
+    for (int j = 0; j < h; ++j) {
+        const float* __restrict cu = u[j & 1];
+        const float* __restrict cv = v[j & 1];
+        float* __restrict nu = u[(j + 1) & 1];
+        float* __restrict nv = v[(j + 1) & 1];
+        mapRow<Flips, Bend>(k, x0, y0 + j + 1, w + 1, nu, nv);
+
+        // Footprint of each pixel in source pixels, from its right and lower
+        // neighbours; u differences are taken the short way round the seam.
+        for (int i = 0; i < w; ++i) {
+            const float dux = wrapDelta(cu[i + 1] - cu[i]) * k.width;
+            const float duy = wrapDelta(nu[i] - cu[i]) * k.width;
+            const float dvx = (cv[i + 1] - cv[i]) * k.height;
+            const float dvy = (nv[i] - cv[i]) * k.height;
+            const float along = dux * dux + dvx * dvx;
+            const float across = duy * duy + dvy * dvy;
+            lod[i] = 0.5f * fastLog2(along > across ? along : across);
+        }
+
+        float* out = d.pixels + static_cast<int64_t>(y0 - d.y + j) * d.stride + 4 * (x0 - d.x);
+        for (int i = 0; i < w; ++i) {
+            Rgba c = sampleLod<Format, Edge::wrapXClampY, Opaque>(src, cu[i], cv[i], lod[i]);
+            if (k.seamHalf > 0.f) {
+                const float ds = seamDistance(cu[i]);
+                const float reach = std::fabs(ds);
+                if (reach < k.seamHalf)
+                    c = blendSeam<Format, Opaque>(src, k, c, ds, reach, cv[i], lod[i]);
+            }
+            storeEncoded(src, c, out + 4 * i);
+        }
+    }
+}
+
+template <int Format, bool Opaque, bool Flips, bool Bend>
+void runBlocks(const VmSampler& src, const Setup& k, const VmDestination& d) {
+    for (int by = d.y; by < d.y + d.height; by += block) {
+        for (int bx = d.x; bx < d.x + d.width; bx += block) {
+            runBlock<Format, Opaque, Flips, Bend>(src, k, d, bx, by,
+                                                  std::min(block, d.x + d.width - bx),
+                                                  std::min(block, d.y + d.height - by));
+        }
+    }
+}
+
+template <int Format, bool Opaque>
+void runShape(const VmSampler& src, const Setup& k, const VmDestination& d) {
+    const bool bend = k.bend != 0.f;
+    if (k.flips)
+        bend ? runBlocks<Format, Opaque, true, true>(src, k, d)
+             : runBlocks<Format, Opaque, true, false>(src, k, d);
+    else
+        bend ? runBlocks<Format, Opaque, false, true>(src, k, d)
+             : runBlocks<Format, Opaque, false, false>(src, k, d);
+}
+
+template <int Format>
+void runFormat(const VmSampler& src, const Setup& k, const VmDestination& d) {
+    if (src.opaque)
+        runShape<Format, true>(src, k, d);
+    else
+        runShape<Format, false>(src, k, d);
+}
+
+} // namespace
+
+extern "C" {
+
+__attribute__((visibility("default"))) int32_t velmoraKernelAbiVersion(void) {
+    return VM_KERNEL_ABI_VERSION;
+}
+
+__attribute__((visibility("default"))) void
+tinyPlanet(const VmSampler* source, VmVec2 inputSize, VmVec2 outputSize, float zoom,
+           float convexity, float rotation, float twist, float shiftX, float horizon, float flipX,
+           float flipY, float invert, float blendWidth, float repeats,
+           const VmDestination* destination) {
+    if (!source || !destination || !destination->pixels || source->levelCount < 1 ||
+        destination->width <= 0 || destination->height <= 0)
+        return;
+
+    Setup k;
+    const float side = std::isfinite(outputSize.x) && outputSize.x > 0.f ? outputSize.x : 1.f;
+    k.centreX = (0.5f + 0.5f * finiteOr(shiftX, 0.f)) * side;
+    k.centreY = (0.5f - 0.5f * finiteOr(horizon, 0.f)) * side;
+    k.toHalfSides = 2.f / side;
+    const float rot = finiteOr(rotation, 0.f);
+    k.cosR = std::cos(rot);
+    k.sinR = std::sin(rot);
+    k.twist = finiteOr(twist, 0.f);
+    const float horizonRadius = 0.5f * finiteOr(zoom, 1.f);
+    k.invHorizon = horizonRadius > 1e-12f ? 1.f / horizonRadius : 1e12f;
+    const float bendExponent =
+        std::exp2(1.2f * std::fmin(std::fmax(finiteOr(convexity, 0.f), -4.f), 4.f));
+    k.bend = 0.5f * (bendExponent - 1.f);
+    k.invert = invert > 0.5f;
+    const float fy = finiteOr(flipY, 0.f) * fm::pi;
+    const float fx = finiteOr(flipX, 0.f) * fm::pi;
+    k.flips = fy != 0.f || fx != 0.f;
+    k.cosFy = std::cos(fy);
+    k.sinFy = std::sin(fy);
+    k.cosFx = std::cos(fx);
+    k.sinFx = std::sin(fx);
+    k.turns = finiteOr(repeats, 1.f) / (2.f * fm::pi);
+    const float bw = finiteOr(blendWidth, 0.f);
+    k.seamHalf =
+        bw >= 0.005f && source->seamRows > 0 && source->seamDelta ? std::fmin(bw, 1.f) * 0.5f : 0.f;
+    k.width = std::isfinite(inputSize.x) && inputSize.x > 0.f
+                  ? inputSize.x
+                  : static_cast<float>(source->levels[0].width);
+    k.height = std::isfinite(inputSize.y) && inputSize.y > 0.f
+                   ? inputSize.y
+                   : static_cast<float>(source->levels[0].height);
+
+    switch (source->format) {
+    case VM_FORMAT_RGBA8:
+        runFormat<VM_FORMAT_RGBA8>(*source, k, *destination);
+        break;
+    case VM_FORMAT_BGRA8:
+        runFormat<VM_FORMAT_BGRA8>(*source, k, *destination);
+        break;
+    case VM_FORMAT_RGBA16:
+        runFormat<VM_FORMAT_RGBA16>(*source, k, *destination);
+        break;
+    default:
+        break;
+    }
+}
+
+} // extern "C"

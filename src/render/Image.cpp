@@ -1,0 +1,497 @@
+#include "render/Image.h"
+
+#include "kernels/Sampling.h"
+#include "render/ImageNode.h"
+#include "render/SourcePixels.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <vector>
+
+namespace velmora::render {
+
+namespace {
+
+using sampling::Edge;
+using sampling::Rgba;
+
+class EmptyNode final : public ImageNode {
+public:
+    EmptyNode()
+        : ImageNode(QRectF()) {}
+    void render(const QRect&, const TileView& out, Scratch&) const override { out.clear(); }
+};
+
+} // namespace
+
+/// Decoded pixels placed at a whole-pixel offset: copied, not resampled.
+class SourceNode final : public ImageNode {
+public:
+    SourceNode(std::shared_ptr<const SourcePixels> pixels, QPoint offset)
+        : ImageNode(QRectF(offset, QSizeF(pixels->width(), pixels->height())))
+        , m_pixels(std::move(pixels))
+        , m_offset(offset) {}
+
+    void render(const QRect& rect, const TileView& out, Scratch&) const override {
+        out.clear();
+        const QRect inside = rect.intersected(QRect(m_offset, m_pixels->image().size()));
+        if (inside.isEmpty())
+            return;
+        const QImage& image = m_pixels->image();
+        const bool deep = m_pixels->isSixteenBit();
+        const bool bgra =
+            image.format() == QImage::Format_ARGB32 || image.format() == QImage::Format_RGB32;
+        for (int y = inside.top(); y <= inside.bottom(); ++y) {
+            const uchar* line = image.constScanLine(y - m_offset.y());
+            float* o = out.row(y - rect.top()) + 4 * (inside.left() - rect.left());
+            for (int x = inside.left(); x <= inside.right(); ++x, o += 4) {
+                const int sx = x - m_offset.x();
+                float c[4];
+                if (deep) {
+                    const auto* p = reinterpret_cast<const quint16*>(line) + 4 * sx;
+                    for (int i = 0; i < 4; ++i)
+                        c[i] = p[i] * (1.f / 65535.f);
+                } else {
+                    const uchar* p = line + 4 * sx;
+                    c[0] = p[bgra ? 2 : 0] * (1.f / 255.f);
+                    c[1] = p[1] * (1.f / 255.f);
+                    c[2] = p[bgra ? 0 : 2] * (1.f / 255.f);
+                    c[3] = p[3] * (1.f / 255.f);
+                }
+                o[0] = c[0] * c[3];
+                o[1] = c[1] * c[3];
+                o[2] = c[2] * c[3];
+                o[3] = c[3];
+            }
+        }
+    }
+
+    const std::shared_ptr<const SourcePixels>& pixels() const { return m_pixels; }
+    QPoint offset() const { return m_offset; }
+
+private:
+    std::shared_ptr<const SourcePixels> m_pixels;
+    QPoint m_offset;
+};
+
+namespace {
+
+const SourceNode* asSource(const std::shared_ptr<const ImageNode>& node) {
+    return dynamic_cast<const SourceNode*>(node.get());
+}
+
+/// Any image mapped through an affine transform.
+class AffineNode final : public ImageNode {
+public:
+    AffineNode(std::shared_ptr<const ImageNode> child, const QTransform& forward)
+        : ImageNode(extents::isInfinite(child->extent()) ? extents::infinite()
+                                                         : forward.mapRect(child->extent()))
+        , m_child(std::move(child))
+        , m_inverse(forward.inverted()) {
+        // Source pixels covered by one destination pixel, along the worse axis.
+        const double footprint = std::max(std::hypot(m_inverse.m11(), m_inverse.m12()),
+                                          std::hypot(m_inverse.m21(), m_inverse.m22()));
+        m_lod = footprint > 1.0 ? static_cast<float>(std::log2(footprint)) : 0.f;
+    }
+
+    void prepare() const override {
+        if (const SourceNode* source = asSource(m_child); source && m_lod > 0.f)
+            source->pixels()->ensurePyramid();
+        m_child->prepare();
+    }
+
+    void render(const QRect& rect, const TileView& out, Scratch& scratch) const override {
+        out.clear();
+        const QRect inside = extents::pixelsOf(extent(), rect);
+        if (inside.isEmpty())
+            return;
+        if (const SourceNode* source = asSource(m_child)) {
+            switch (source->pixels()->sampler().format) {
+            case VM_FORMAT_RGBA8:
+                return sampleSource<VM_FORMAT_RGBA8>(*source, rect, inside, out);
+            case VM_FORMAT_BGRA8:
+                return sampleSource<VM_FORMAT_BGRA8>(*source, rect, inside, out);
+            default:
+                return sampleSource<VM_FORMAT_RGBA16>(*source, rect, inside, out);
+            }
+        }
+        sampleRendered(rect, inside, out, scratch);
+    }
+
+private:
+    template <int Format>
+    void sampleSource(const SourceNode& source, const QRect& rect, const QRect& inside,
+                      const TileView& out) const {
+        const VmSampler& s = source.pixels()->sampler();
+        const float w = static_cast<float>(s.levels[0].width);
+        const float h = static_cast<float>(s.levels[0].height);
+        const float ox = static_cast<float>(source.offset().x());
+        const float oy = static_cast<float>(source.offset().y());
+        const float stepX = static_cast<float>(m_inverse.m11());
+        const float stepY = static_cast<float>(m_inverse.m12());
+        // Fall back to bilinear when the pyramid was not built (no prepare()).
+        const float lod = s.levelCount > 1 ? m_lod : 0.f;
+        for (int y = inside.top(); y <= inside.bottom(); ++y) {
+            const QPointF start = m_inverse.map(QPointF(inside.left() + 0.5, y + 0.5));
+            float sx = static_cast<float>(start.x()) - ox;
+            float sy = static_cast<float>(start.y()) - oy;
+            float* o = out.row(y - rect.top()) + 4 * (inside.left() - rect.left());
+            for (int x = inside.left(); x <= inside.right();
+                 ++x, o += 4, sx += stepX, sy += stepY) {
+                if (sx < -1.f || sy < -1.f || sx > w + 1.f || sy > h + 1.f)
+                    continue;
+                const Rgba c =
+                    sampling::sampleLod<Format, Edge::transparent, false>(s, sx / w, sy / h, lod);
+                sampling::storeEncoded(s, c, o);
+            }
+        }
+    }
+
+    /// The general case: render the child's region of interest, then resample it.
+    void sampleRendered(const QRect& rect, const QRect& inside, const TileView& out,
+                        Scratch& scratch) const {
+        const QRectF wanted = m_inverse.mapRect(QRectF(inside)).adjusted(-2, -2, 2, 2);
+        const QRect roi = extents::pixelsOf(extents::intersected(wanted, m_child->extent()),
+                                            wanted.toAlignedRect());
+        if (roi.isEmpty())
+            return;
+        Scratch::Buffer buffer = scratch.acquire(roi.width(), roi.height());
+        const TileView src = buffer.view();
+        m_child->render(roi, src, scratch);
+        const auto at = [&](int x, int y) -> const float* {
+            static const float zero[4] = {0, 0, 0, 0};
+            if (x < 0 || y < 0 || x >= src.width || y >= src.height)
+                return zero;
+            return src.row(y) + 4 * x;
+        };
+        for (int y = inside.top(); y <= inside.bottom(); ++y) {
+            float* o = out.row(y - rect.top()) + 4 * (inside.left() - rect.left());
+            for (int x = inside.left(); x <= inside.right(); ++x, o += 4) {
+                const QPointF p = m_inverse.map(QPointF(x + 0.5, y + 0.5));
+                const float fx = sampling::clampf(static_cast<float>(p.x() - roi.left() - 0.5),
+                                                  -2.f, static_cast<float>(src.width) + 1.f);
+                const float fy = sampling::clampf(static_cast<float>(p.y() - roi.top() - 0.5), -2.f,
+                                                  static_cast<float>(src.height) + 1.f);
+                const int x0 = static_cast<int>(std::floor(fx));
+                const int y0 = static_cast<int>(std::floor(fy));
+                const float tx = fx - static_cast<float>(x0);
+                const float ty = fy - static_cast<float>(y0);
+                const float *a = at(x0, y0), *b = at(x0 + 1, y0), *c = at(x0, y0 + 1),
+                            *d = at(x0 + 1, y0 + 1);
+                for (int i = 0; i < 4; ++i) {
+                    const float top = a[i] + (b[i] - a[i]) * tx;
+                    const float bottom = c[i] + (d[i] - c[i]) * tx;
+                    o[i] = top + (bottom - top) * ty;
+                }
+            }
+        }
+    }
+
+    std::shared_ptr<const ImageNode> m_child;
+    QTransform m_inverse;
+    float m_lod = 0.f;
+};
+
+class CropNode final : public ImageNode {
+public:
+    CropNode(std::shared_ptr<const ImageNode> child, const QRectF& rect)
+        : ImageNode(extents::intersected(child->extent(), rect))
+        , m_child(std::move(child)) {}
+    void prepare() const override { m_child->prepare(); }
+    void render(const QRect& rect, const TileView& out, Scratch& scratch) const override {
+        const QRect inside = extents::pixelsOf(extent(), rect);
+        if (inside == rect) {
+            m_child->render(rect, out, scratch);
+            return;
+        }
+        out.clear();
+        if (inside.isEmpty())
+            return;
+        m_child->render(inside,
+                        out.sub(inside.left() - rect.left(), inside.top() - rect.top(),
+                                inside.width(), inside.height()),
+                        scratch);
+    }
+
+private:
+    std::shared_ptr<const ImageNode> m_child;
+};
+
+/// Per-pixel colour operations on straight (unpremultiplied) values.
+class ColorNode final : public ImageNode {
+public:
+    enum class Op { gamma, controls, alpha };
+
+    ColorNode(std::shared_ptr<const ImageNode> child, Op op, double a, double b = 0.0,
+              double c = 0.0)
+        : ImageNode(child->extent())
+        , m_child(std::move(child))
+        , m_op(op)
+        , m_a(static_cast<float>(a))
+        , m_b(static_cast<float>(b))
+        , m_c(static_cast<float>(c)) {
+        if (m_op == Op::gamma) {
+            // pow() per channel would dominate a preview; a fine table does not.
+            m_table.resize(tableSize + 1);
+            for (int i = 0; i <= tableSize; ++i)
+                m_table[i] = std::pow(static_cast<float>(i) / tableSize, m_a);
+        }
+    }
+
+    void prepare() const override { m_child->prepare(); }
+
+    void render(const QRect& rect, const TileView& out, Scratch& scratch) const override {
+        m_child->render(rect, out, scratch);
+        for (int y = 0; y < out.height; ++y) {
+            float* p = out.row(y);
+            for (int x = 0; x < out.width; ++x, p += 4)
+                apply(p);
+        }
+    }
+
+private:
+    static constexpr int tableSize = 4096;
+
+    float gamma(float v) const {
+        if (!(v > 0.f))
+            return v < 0.f ? -std::pow(-v, m_a) : 0.f;
+        if (v >= 1.f)
+            return std::pow(v, m_a);
+        const float x = v * tableSize;
+        const int i = static_cast<int>(x);
+        return m_table[i] + (m_table[i + 1] - m_table[i]) * (x - static_cast<float>(i));
+    }
+
+    void apply(float* p) const {
+        if (m_op == Op::alpha) {
+            for (int i = 0; i < 4; ++i)
+                p[i] *= m_a;
+            return;
+        }
+        const float a = p[3];
+        if (a <= 0.f)
+            return;
+        const float inv = 1.f / a;
+        float r = p[0] * inv, g = p[1] * inv, b = p[2] * inv;
+        if (m_op == Op::gamma) {
+            r = gamma(r);
+            g = gamma(g);
+            b = gamma(b);
+        } else {
+            const float luma = 0.2125f * r + 0.7154f * g + 0.0721f * b;
+            r = (luma + (r - luma) * m_a + m_b - 0.5f) * m_c + 0.5f;
+            g = (luma + (g - luma) * m_a + m_b - 0.5f) * m_c + 0.5f;
+            b = (luma + (b - luma) * m_a + m_b - 0.5f) * m_c + 0.5f;
+        }
+        p[0] = r * a;
+        p[1] = g * a;
+        p[2] = b * a;
+    }
+
+    std::shared_ptr<const ImageNode> m_child;
+    Op m_op;
+    float m_a, m_b, m_c;
+    std::vector<float> m_table;
+};
+
+class RadialGradientNode final : public ImageNode {
+public:
+    RadialGradientNode(QPointF centre, double r0, double r1, Color c0, Color c1)
+        : ImageNode(extents::infinite())
+        , m_cx(static_cast<float>(centre.x()))
+        , m_cy(static_cast<float>(centre.y()))
+        , m_r0(static_cast<float>(r0))
+        , m_r1(static_cast<float>(r1))
+        , m_c0(premultiplied(c0))
+        , m_c1(premultiplied(c1)) {}
+
+    void render(const QRect& rect, const TileView& out, Scratch&) const override {
+        const float span = m_r1 - m_r0;
+        for (int y = 0; y < out.height; ++y) {
+            float* p = out.row(y);
+            const float dy = static_cast<float>(rect.top() + y) + 0.5f - m_cy;
+            for (int x = 0; x < out.width; ++x, p += 4) {
+                const float dx = static_cast<float>(rect.left() + x) + 0.5f - m_cx;
+                const float d = std::sqrt(dx * dx + dy * dy);
+                float t = span != 0.f ? (d - m_r0) / span : (d < m_r0 ? 0.f : 1.f);
+                t = sampling::clampf(t, 0.f, 1.f);
+                for (int i = 0; i < 4; ++i)
+                    p[i] = m_c0[i] + (m_c1[i] - m_c0[i]) * t;
+            }
+        }
+    }
+
+private:
+    static std::array<float, 4> premultiplied(Color c) {
+        const auto a = static_cast<float>(c.a);
+        return {static_cast<float>(c.r) * a, static_cast<float>(c.g) * a,
+                static_cast<float>(c.b) * a, a};
+    }
+
+    float m_cx, m_cy, m_r0, m_r1;
+    std::array<float, 4> m_c0, m_c1;
+};
+
+class CompositeNode final : public ImageNode {
+public:
+    enum class Mode { over, screen, multiply };
+
+    CompositeNode(std::shared_ptr<const ImageNode> foreground,
+                  std::shared_ptr<const ImageNode> background, Mode mode)
+        : ImageNode(extents::united(foreground->extent(), background->extent()))
+        , m_fg(std::move(foreground))
+        , m_bg(std::move(background))
+        , m_mode(mode) {}
+
+    void prepare() const override {
+        m_fg->prepare();
+        m_bg->prepare();
+    }
+
+    void render(const QRect& rect, const TileView& out, Scratch& scratch) const override {
+        m_bg->render(rect, out, scratch);
+        // Outside the foreground's extent every mode leaves the background as it is.
+        const QRect inside = extents::pixelsOf(m_fg->extent(), rect);
+        if (inside.isEmpty())
+            return;
+        Scratch::Buffer buffer = scratch.acquire(inside.width(), inside.height());
+        const TileView fg = buffer.view();
+        m_fg->render(inside, fg, scratch);
+        for (int y = 0; y < fg.height; ++y) {
+            const float* f = fg.row(y);
+            float* b = out.row(inside.top() - rect.top() + y) + 4 * (inside.left() - rect.left());
+            for (int x = 0; x < fg.width; ++x, f += 4, b += 4)
+                combine(f, b);
+        }
+    }
+
+private:
+    void combine(const float* f, float* b) const {
+        const float fa = f[3];
+        const float ba = b[3];
+        switch (m_mode) {
+        case Mode::over:
+            for (int i = 0; i < 4; ++i)
+                b[i] = f[i] + b[i] * (1.f - fa);
+            break;
+        case Mode::screen:
+            for (int i = 0; i < 4; ++i)
+                b[i] = f[i] + b[i] - f[i] * b[i];
+            break;
+        case Mode::multiply:
+            for (int i = 0; i < 3; ++i)
+                b[i] = f[i] * b[i] + f[i] * (1.f - ba) + b[i] * (1.f - fa);
+            b[3] = fa + ba - fa * ba;
+            break;
+        }
+    }
+
+    std::shared_ptr<const ImageNode> m_fg;
+    std::shared_ptr<const ImageNode> m_bg;
+    Mode m_mode;
+};
+
+} // namespace
+
+Image::Image()
+    : m_node(std::make_shared<EmptyNode>()) {}
+
+Image::Image(std::shared_ptr<const ImageNode> node)
+    : m_node(node ? std::move(node) : std::make_shared<EmptyNode>()) {}
+
+Image Image::fromNode(std::shared_ptr<const ImageNode> node) {
+    return Image(std::move(node));
+}
+
+Image Image::fromPixels(std::shared_ptr<const SourcePixels> pixels) {
+    if (!pixels)
+        return {};
+    return Image(std::make_shared<SourceNode>(std::move(pixels), QPoint(0, 0)));
+}
+
+Image Image::fromQImage(QImage image) {
+    return fromPixels(SourcePixels::create(std::move(image)));
+}
+
+Image Image::radialGradient(QPointF centre, double radius0, double radius1, Color color0,
+                            Color color1) {
+    return Image(std::make_shared<RadialGradientNode>(centre, radius0, radius1, color0, color1));
+}
+
+QRectF Image::extent() const {
+    return m_node->extent();
+}
+
+bool Image::isEmpty() const {
+    const QRectF e = extent();
+    return !extents::isInfinite(e) && !(e.width() > 0.0 && e.height() > 0.0);
+}
+
+bool Image::isInfinite() const {
+    return extents::isInfinite(extent());
+}
+
+std::shared_ptr<const SourcePixels> Image::sourcePixels(QPoint* offset) const {
+    const SourceNode* source = asSource(m_node);
+    if (!source)
+        return nullptr;
+    if (offset)
+        *offset = source->offset();
+    return source->pixels();
+}
+
+Image Image::translated(double dx, double dy) const {
+    if (const SourceNode* source = asSource(m_node); source && dx == std::round(dx) &&
+                                                     dy == std::round(dy) && std::abs(dx) < 1e9 &&
+                                                     std::abs(dy) < 1e9) {
+        return Image(std::make_shared<SourceNode>(
+            source->pixels(),
+            source->offset() + QPoint(static_cast<int>(dx), static_cast<int>(dy))));
+    }
+    return transformed(QTransform::fromTranslate(dx, dy));
+}
+
+Image Image::transformed(const QTransform& transform) const {
+    if (isEmpty() || !transform.isInvertible())
+        return {};
+    return Image(std::make_shared<AffineNode>(m_node, transform));
+}
+
+Image Image::cropped(const QRectF& rect) const {
+    return Image(std::make_shared<CropNode>(m_node, rect));
+}
+
+Image Image::gammaAdjusted(double power) const {
+    return Image(std::make_shared<ColorNode>(m_node, ColorNode::Op::gamma, power));
+}
+
+Image Image::colorControls(double saturation, double brightness, double contrast) const {
+    return Image(std::make_shared<ColorNode>(m_node, ColorNode::Op::controls, saturation,
+                                             brightness, contrast));
+}
+
+Image Image::alphaScaled(double factor) const {
+    return Image(std::make_shared<ColorNode>(m_node, ColorNode::Op::alpha, factor));
+}
+
+Image Image::composited(const Image& background) const {
+    return Image(
+        std::make_shared<CompositeNode>(m_node, background.m_node, CompositeNode::Mode::over));
+}
+
+Image Image::screenBlended(const Image& background) const {
+    return Image(
+        std::make_shared<CompositeNode>(m_node, background.m_node, CompositeNode::Mode::screen));
+}
+
+Image Image::multiplyBlended(const Image& background) const {
+    return Image(
+        std::make_shared<CompositeNode>(m_node, background.m_node, CompositeNode::Mode::multiply));
+}
+
+Image Image::multiplyComposited(const Image& background) const {
+    return multiplyBlended(background);
+}
+
+} // namespace velmora::render

@@ -1,0 +1,135 @@
+#include "render/RenderContext.h"
+
+#include "render/ImageNode.h"
+
+#include <immintrin.h>
+#include <oneapi/tbb/enumerable_thread_specific.h>
+#include <oneapi/tbb/parallel_for.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace velmora::render {
+
+namespace {
+
+/// 8 x 8 Bayer thresholds centred on zero, in code values: position-dependent only,
+/// so tiles agree at their seams and renders are repeatable.
+float ditherAt(int x, int y) {
+    static constexpr unsigned char bayer[8][8] = {
+        {0, 32, 8, 40, 2, 34, 10, 42},  {48, 16, 56, 24, 50, 18, 58, 26},
+        {12, 44, 4, 36, 14, 46, 6, 38}, {60, 28, 52, 20, 62, 30, 54, 22},
+        {3, 35, 11, 43, 1, 33, 9, 41},  {51, 19, 59, 27, 49, 17, 57, 25},
+        {15, 47, 7, 39, 13, 45, 5, 37}, {63, 31, 55, 23, 61, 29, 53, 21}};
+    return (static_cast<float>(bayer[y & 7][x & 7]) + 0.5f) / 64.f - 0.5f;
+}
+
+/// Quantises one row of premultiplied floats to 8 bits, either premultiplied in
+/// B, G, R, A byte order (ARGB32 on little-endian) or straight R, G, B, A.
+void storeRow(const float* src, uchar* dst, int width, int x0, int y, bool premultipliedArgb) {
+    __m128 dither[8];
+    for (int i = 0; i < 8; ++i) {
+        const float d = ditherAt(x0 + i, y);
+        dither[i] = _mm_setr_ps(d, d, d, 0.f);
+    }
+    const __m128 zero = _mm_setzero_ps();
+    const __m128 full = _mm_set1_ps(255.f);
+    const __m128 colourLanes = _mm_castsi128_ps(_mm_setr_epi32(-1, -1, -1, 0));
+    for (int i = 0; i < width; ++i, src += 4, dst += 4) {
+        const __m128 px = _mm_loadu_ps(src);
+        // max() puts NaN on the zero side; alpha is bounded first, colour by alpha.
+        __m128 alpha = _mm_shuffle_ps(px, px, _MM_SHUFFLE(3, 3, 3, 3));
+        alpha = _mm_min_ps(_mm_max_ps(_mm_mul_ps(alpha, full), zero), full);
+        __m128 scaled;
+        if (premultipliedArgb) {
+            scaled = _mm_add_ps(_mm_mul_ps(px, full), dither[i & 7]);
+            scaled = _mm_min_ps(_mm_max_ps(scaled, zero), alpha);
+        } else {
+            const float a = _mm_cvtss_f32(alpha);
+            if (a < 0.5f) {
+                std::memset(dst, 0, 4);
+                continue;
+            }
+            scaled = _mm_add_ps(_mm_mul_ps(px, _mm_set1_ps(255.f * 255.f / a)), dither[i & 7]);
+            scaled = _mm_min_ps(_mm_max_ps(scaled, zero), full);
+        }
+        // Lane 3 becomes alpha itself (undithered) in both layouts.
+        scaled = _mm_or_ps(_mm_and_ps(colourLanes, scaled), _mm_andnot_ps(colourLanes, alpha));
+        __m128i bytes = _mm_cvtps_epi32(scaled);
+        if (premultipliedArgb)
+            bytes = _mm_shuffle_epi32(bytes, _MM_SHUFFLE(3, 0, 1, 2));
+        bytes = _mm_packs_epi32(bytes, bytes);
+        bytes = _mm_packus_epi16(bytes, bytes);
+        const int packed = _mm_cvtsi128_si32(bytes);
+        std::memcpy(dst, &packed, 4);
+    }
+}
+
+template <typename TileFn>
+void forEachTile(const Image& image, const QRect& area, TileFn&& fn) {
+    image.node()->prepare();
+    const int cols = (area.width() + RenderContext::tileSize - 1) / RenderContext::tileSize;
+    const int rows = (area.height() + RenderContext::tileSize - 1) / RenderContext::tileSize;
+    tbb::enumerable_thread_specific<Scratch> scratch;
+    tbb::parallel_for(
+        tbb::blocked_range<int>(0, cols * rows), [&](const tbb::blocked_range<int>& r) {
+            Scratch& local = scratch.local();
+            for (int t = r.begin(); t != r.end(); ++t) {
+                const int tx = area.left() + (t % cols) * RenderContext::tileSize;
+                const int ty = area.top() + (t / cols) * RenderContext::tileSize;
+                const QRect tile(tx, ty, std::min(RenderContext::tileSize, area.right() + 1 - tx),
+                                 std::min(RenderContext::tileSize, area.bottom() + 1 - ty));
+                Scratch::Buffer buffer = local.acquire(tile.width(), tile.height());
+                image.node()->render(tile, buffer.view(), local);
+                fn(tile, buffer.view());
+            }
+        });
+}
+
+} // namespace
+
+QImage RenderContext::render(const Image& image, const QRect& area, Layout layout) const {
+    if (area.isEmpty())
+        return {};
+    QImage target(area.size(), layout == Layout::premultipliedArgb32
+                                   ? QImage::Format_ARGB32_Premultiplied
+                                   : QImage::Format_RGBA8888);
+    if (target.isNull() || !renderInto(image, area, target))
+        return {};
+    return target;
+}
+
+bool RenderContext::renderInto(const Image& image, const QRect& area, QImage& target) const {
+    const bool argb = target.format() == QImage::Format_ARGB32_Premultiplied;
+    if (area.isEmpty() || target.size() != area.size() ||
+        (!argb && target.format() != QImage::Format_RGBA8888))
+        return false;
+    uchar* bits = target.bits();
+    const qsizetype bpl = target.bytesPerLine();
+    forEachTile(image, area, [&](const QRect& tile, const TileView& view) {
+        for (int y = 0; y < view.height; ++y) {
+            const int row = tile.top() - area.top() + y;
+            storeRow(view.row(y), bits + row * bpl + 4 * (tile.left() - area.left()), view.width,
+                     tile.left(), tile.top() + y, argb);
+        }
+    });
+    return true;
+}
+
+std::vector<float> RenderContext::renderFloats(const Image& image, const QRect& area) const {
+    std::vector<float> out;
+    if (area.isEmpty())
+        return out;
+    out.resize(4 * static_cast<size_t>(area.width()) * static_cast<size_t>(area.height()));
+    forEachTile(image, area, [&](const QRect& tile, const TileView& view) {
+        for (int y = 0; y < view.height; ++y) {
+            const size_t row = static_cast<size_t>(tile.top() - area.top() + y);
+            std::memcpy(out.data() + 4 * (row * area.width() + (tile.left() - area.left())),
+                        view.row(y), sizeof(float) * 4 * static_cast<size_t>(view.width));
+        }
+    });
+    return out;
+}
+
+} // namespace velmora::render

@@ -1,0 +1,251 @@
+#include "render/SourcePixels.h"
+
+#include "kernels/Sampling.h"
+#include "render/ColorTables.h"
+
+#include <QtEndian>
+
+#include <oneapi/tbb/parallel_for.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+namespace velmora::render {
+
+static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "32-bit Qt formats are read as B, G, R, A bytes");
+
+namespace {
+
+bool isDeepFormat(QImage::Format format) {
+    switch (format) {
+    case QImage::Format_RGBX64:
+    case QImage::Format_RGBA64:
+    case QImage::Format_RGBA64_Premultiplied:
+    case QImage::Format_Grayscale16:
+    case QImage::Format_BGR30:
+    case QImage::Format_A2BGR30_Premultiplied:
+    case QImage::Format_RGB30:
+    case QImage::Format_A2RGB30_Premultiplied:
+    case QImage::Format_RGBX16FPx4:
+    case QImage::Format_RGBA16FPx4:
+    case QImage::Format_RGBA16FPx4_Premultiplied:
+    case QImage::Format_RGBX32FPx4:
+    case QImage::Format_RGBA32FPx4:
+    case QImage::Format_RGBA32FPx4_Premultiplied:
+        return true;
+    default:
+        return false;
+    }
+}
+
+template <int Format>
+void downsample(const VmSampler& s, const QImage& from, QImage& to) {
+    const VmLevel src{from.constBits(), from.width(), from.height(), from.bytesPerLine()};
+    const int w = to.width();
+    const int h = to.height();
+    tbb::parallel_for(tbb::blocked_range<int>(0, h), [&](const tbb::blocked_range<int>& rows) {
+        for (int y = rows.begin(); y != rows.end(); ++y) {
+            const int y0 = std::min(2 * y, src.height - 1);
+            const int y1 = std::min(2 * y + 1, src.height - 1);
+            uchar* line = to.scanLine(y);
+            for (int x = 0; x < w; ++x) {
+                const int x0 = std::min(2 * x, src.width - 1);
+                const int x1 = std::min(2 * x + 1, src.width - 1);
+                const sampling::Rgba sum = sampling::texel<Format, false>(s, src, x0, y0) +
+                                           sampling::texel<Format, false>(s, src, x1, y0) +
+                                           sampling::texel<Format, false>(s, src, x0, y1) +
+                                           sampling::texel<Format, false>(s, src, x1, y1);
+                alignas(16) float c[4];
+                _mm_store_ps(c, (sum * 0.25f).v);
+                const float alpha = c[3];
+                const float inv = alpha > 0.f ? 1.f / alpha : 0.f;
+                const float rgb[3] = {sampling::encode(s, c[0] * inv),
+                                      sampling::encode(s, c[1] * inv),
+                                      sampling::encode(s, c[2] * inv)};
+                if constexpr (Format == VM_FORMAT_RGBA16) {
+                    const uint16_t p[4] = {static_cast<uint16_t>(rgb[0] * 65535.f + 0.5f),
+                                           static_cast<uint16_t>(rgb[1] * 65535.f + 0.5f),
+                                           static_cast<uint16_t>(rgb[2] * 65535.f + 0.5f),
+                                           static_cast<uint16_t>(alpha * 65535.f + 0.5f)};
+                    std::memcpy(line + 8 * x, p, sizeof p);
+                } else {
+                    uchar* p = line + 4 * x;
+                    const int r = Format == VM_FORMAT_BGRA8 ? 2 : 0;
+                    p[r] = static_cast<uchar>(rgb[0] * 255.f + 0.5f);
+                    p[1] = static_cast<uchar>(rgb[1] * 255.f + 0.5f);
+                    p[2 - r] = static_cast<uchar>(rgb[2] * 255.f + 0.5f);
+                    p[3] = static_cast<uchar>(alpha * 255.f + 0.5f);
+                }
+            }
+        }
+    });
+}
+
+} // namespace
+
+std::shared_ptr<const SourcePixels> SourcePixels::create(QImage image) {
+    if (image.isNull())
+        return nullptr;
+    switch (image.format()) {
+    case QImage::Format_RGBA8888:
+    case QImage::Format_RGBX8888:
+        return std::make_shared<SourcePixels>(std::move(image), VM_FORMAT_RGBA8);
+    case QImage::Format_ARGB32:
+    case QImage::Format_RGB32:
+        return std::make_shared<SourcePixels>(std::move(image), VM_FORMAT_BGRA8);
+    case QImage::Format_RGBA64:
+    case QImage::Format_RGBX64:
+        return std::make_shared<SourcePixels>(std::move(image), VM_FORMAT_RGBA16);
+    default:
+        break;
+    }
+    if (isDeepFormat(image.format())) {
+        return std::make_shared<SourcePixels>(
+            std::move(image).convertToFormat(QImage::Format_RGBA64), VM_FORMAT_RGBA16);
+    }
+    QImage converted = std::move(image).convertToFormat(QImage::Format_ARGB32);
+    if (converted.isNull())
+        return nullptr;
+    return std::make_shared<SourcePixels>(std::move(converted), VM_FORMAT_BGRA8);
+}
+
+SourcePixels::SourcePixels(QImage image, int format)
+    : m_format(format) {
+    m_levels.push_back(std::move(image));
+    refreshSampler();
+}
+
+void SourcePixels::refreshSampler() const {
+    const ColorTables& tables = colorTables();
+    m_sampler.format = m_format;
+    m_sampler.opaque = m_levels.front().hasAlphaChannel() ? 0 : 1;
+    m_sampler.levelCount = static_cast<int32_t>(m_levels.size());
+    for (size_t i = 0; i < m_levels.size(); ++i) {
+        const QImage& level = m_levels[i];
+        m_sampler.levels[i] = {level.constBits(), level.width(), level.height(),
+                               level.bytesPerLine()};
+    }
+    m_sampler.seamDelta = m_seamDelta.empty() ? nullptr : m_seamDelta.data();
+    m_sampler.seamRows = m_seamDelta.empty() ? 0 : height();
+    m_sampler.seamWraps = m_seamWraps ? 1 : 0;
+    m_sampler.decode8 = tables.decode8;
+    m_sampler.decode16 = tables.decode16;
+    m_sampler.encode = tables.encode;
+}
+
+void SourcePixels::ensurePyramid() const {
+    std::call_once(m_pyramidOnce, [this] {
+        buildPyramid();
+        buildSeamTable();
+        refreshSampler();
+    });
+}
+
+void SourcePixels::buildPyramid() const {
+    while (m_levels.size() < VM_MAX_LEVELS) {
+        const QImage& last = m_levels.back();
+        if (last.width() == 1 && last.height() == 1)
+            break;
+        QImage next(std::max(1, last.width() / 2), std::max(1, last.height() / 2), last.format());
+        if (next.isNull())
+            break; // out of memory: sampling falls back to the levels we have
+        switch (m_format) {
+        case VM_FORMAT_RGBA8:
+            downsample<VM_FORMAT_RGBA8>(m_sampler, last, next);
+            break;
+        case VM_FORMAT_BGRA8:
+            downsample<VM_FORMAT_BGRA8>(m_sampler, last, next);
+            break;
+        default:
+            downsample<VM_FORMAT_RGBA16>(m_sampler, last, next);
+            break;
+        }
+        m_levels.push_back(std::move(next));
+    }
+}
+
+/// Mean luma step between neighbouring columns: across the seam (first) and inside
+/// the picture at a few places (second).
+template <int Format>
+std::pair<double, double> seamSteps(const VmSampler& s) {
+    const VmLevel& level = s.levels[0];
+    const auto luma = [&](int x, int y) {
+        alignas(16) float c[4];
+        _mm_store_ps(c, sampling::texel<Format, false>(s, level, x, y).v);
+        return 0.2126 * c[0] + 0.7152 * c[1] + 0.0722 * c[2];
+    };
+    const int w = level.width;
+    const int rowStep = std::max(1, level.height / 512);
+    const int inside[] = {w / 7, w / 3, w / 2, 2 * w / 3, 6 * w / 7};
+    double seam = 0.0;
+    double typical = 0.0;
+    int rows = 0;
+    for (int y = 0; y < level.height; y += rowStep, ++rows) {
+        seam += std::abs(luma(0, y) - luma(w - 1, y));
+        for (const int x : inside)
+            typical += std::abs(luma(x, y) - luma(std::min(x + 1, w - 1), y));
+    }
+    return {seam / std::max(rows, 1), typical / std::max(rows * 5, 1)};
+}
+
+template <int Format>
+void seamDifferences(const VmSampler& s, int columns, std::vector<float>& out) {
+    const VmLevel& level = s.levels[0];
+    const float scale = 1.f / static_cast<float>(columns);
+    tbb::parallel_for(
+        tbb::blocked_range<int>(0, level.height), [&](const tbb::blocked_range<int>& rows) {
+            for (int y = rows.begin(); y != rows.end(); ++y) {
+                sampling::Rgba left, right;
+                for (int i = 0; i < columns; ++i) {
+                    left = left + sampling::texel<Format, false>(s, level, i, y);
+                    right =
+                        right + sampling::texel<Format, false>(s, level, level.width - 1 - i, y);
+                }
+                _mm_storeu_ps(out.data() + 4 * static_cast<size_t>(y), ((left - right) * scale).v);
+            }
+        });
+}
+
+void SourcePixels::buildSeamTable() const {
+    // A few columns from each end: enough to ignore noise, few enough that detail
+    // running across the seam of a true 360 picture appears on both sides.
+    const int w = width();
+    const int h = height();
+    const int columns = std::clamp(w / 2000, 1, std::max(1, w / 2));
+    std::vector<float> raw(4 * static_cast<size_t>(h));
+    std::pair<double, double> steps;
+    switch (m_format) {
+    case VM_FORMAT_RGBA8:
+        seamDifferences<VM_FORMAT_RGBA8>(m_sampler, columns, raw);
+        steps = seamSteps<VM_FORMAT_RGBA8>(m_sampler);
+        break;
+    case VM_FORMAT_BGRA8:
+        seamDifferences<VM_FORMAT_BGRA8>(m_sampler, columns, raw);
+        steps = seamSteps<VM_FORMAT_BGRA8>(m_sampler);
+        break;
+    default:
+        seamDifferences<VM_FORMAT_RGBA16>(m_sampler, columns, raw);
+        steps = seamSteps<VM_FORMAT_RGBA16>(m_sampler);
+        break;
+    }
+    // A seam no rougher than three ordinary column steps is the same scene going on.
+    m_seamWraps = w >= 2 && steps.first <= 3.0 * steps.second + 1e-4;
+    // Blur along the seam only, so the correction has no streaks but keeps the
+    // picture's vertical structure (sky above, ground below).
+    const int radius = std::max(1, h / 200);
+    m_seamDelta.assign(raw.size(), 0.f);
+    for (int y = 0; y < h; ++y) {
+        const int y0 = std::max(0, y - radius);
+        const int y1 = std::min(h - 1, y + radius);
+        float sum[4] = {0, 0, 0, 0};
+        for (int yy = y0; yy <= y1; ++yy) {
+            for (int c = 0; c < 4; ++c)
+                sum[c] += raw[4 * static_cast<size_t>(yy) + c];
+        }
+        for (int c = 0; c < 4; ++c)
+            m_seamDelta[4 * static_cast<size_t>(y) + c] = sum[c] / static_cast<float>(y1 - y0 + 1);
+    }
+}
+
+} // namespace velmora::render

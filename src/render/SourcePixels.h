@@ -1,0 +1,53 @@
+#pragma once
+
+#include "kernels/KernelAbi.h"
+
+#include <QImage>
+
+#include <memory>
+#include <mutex>
+#include <vector>
+
+namespace velmora::render {
+
+/// Decoded pixels of a source picture, as read: sRGB-encoded, straight alpha, 8 or 16
+/// bits per channel. A mip pyramid (each level half the size, averaged in linear
+/// light) is built on first need; it adds a third of the picture's memory.
+/// Immutable apart from that one-time build, so it can be shared across threads.
+class SourcePixels {
+public:
+    /// Keeps 16-bit pictures at 16 bits and 8-bit ones at 8, converting only layouts
+    /// the samplers do not read directly. Null for a null image.
+    static std::shared_ptr<const SourcePixels> create(QImage image);
+
+    int width() const { return m_levels.front().width(); }
+    int height() const { return m_levels.front().height(); }
+    bool isSixteenBit() const { return m_format == VM_FORMAT_RGBA16; }
+    /// Whether the left and right ends continue into each other, judged by how the
+    /// step across the seam compares with steps between neighbouring columns.
+    /// Known after ensurePyramid().
+    bool wraps() const { return m_seamWraps; }
+    const QImage& image() const { return m_levels.front(); }
+
+    /// Builds the pyramid and the seam table once; safe to call from any thread,
+    /// cheap afterwards.
+    void ensurePyramid() const;
+    /// The sampler over the levels built so far (level 0 only before ensurePyramid).
+    const VmSampler& sampler() const { return m_sampler; }
+
+    explicit SourcePixels(QImage image, int format);
+
+private:
+    void buildPyramid() const;
+    void buildSeamTable() const;
+    void refreshSampler() const;
+
+    int m_format;
+    mutable std::vector<QImage> m_levels;
+    mutable std::vector<float> m_seamDelta;
+    mutable bool m_seamWraps = true;
+    mutable VmSampler m_sampler{};
+    mutable std::once_flag m_pyramidOnce;
+};
+
+} // namespace velmora::render

@@ -206,3 +206,21 @@ QImage LayerLibrary::displayImage(const QString& id) {
 }
 
 } // namespace velmora
+
+namespace velmora {
+
+std::optional<render::Image> LayerLibrary::renderImage(const QString& id) {
+    if (const auto cached = m_renderCache.constFind(id); cached != m_renderCache.constEnd())
+        return *cached;
+    const LayerAsset* found = asset(id);
+    if (!found)
+        return std::nullopt;
+    QImageReader reader(found->filePath());
+    render::Image image = render::Image::fromQImage(reader.read());
+    if (image.isEmpty())
+        return std::nullopt;
+    m_renderCache.insert(id, image);
+    return image;
+}
+
+} // namespace velmora

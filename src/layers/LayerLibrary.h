@@ -1,12 +1,15 @@
 #pragma once
 
 #include "layers/LayerAsset.h"
+#include "render/Image.h"
 
 #include <QHash>
 #include <QImage>
 #include <QList>
 #include <QString>
 #include <QStringList>
+
+#include <optional>
 
 namespace velmora {
 
@@ -37,6 +40,10 @@ public:
     /// not decode. Failures are not remembered, so a later call tries again.
     QImage displayImage(const QString& id);
 
+    /// The decoded artwork for the renderer (kept at 16 bits when the file has them),
+    /// by the same rule: decoded once, failures not remembered.
+    std::optional<render::Image> renderImage(const QString& id);
+
     /// The order in which the library lists files and categories: Unicode scalar
     /// values after canonical composition, case-sensitive, not locale- or
     /// number-aware ("B.png" < "a.png", "10.png" < "2.png").
@@ -50,6 +57,7 @@ private:
     QStringList m_categories;
     QList<LayerAsset> m_assets;
     QHash<QString, QImage> m_displayCache;
+    QHash<QString, render::Image> m_renderCache;
 };
 
 } // namespace velmora

@@ -1,8 +1,11 @@
 #include "model/PlanetModel.h"
 
+#include "filter/TinyPlanetFilter.h"
+#include "layers/LayerGeometry.h"
 #include "model/Angles.h"
 #include "model/Resources.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 
@@ -74,7 +77,8 @@ PlanetModel::PlanetModel(QObject* parent)
 
 PlanetModel::PlanetModel(const QString& resourcesRoot, QObject* parent)
     : QObject(parent)
-    , m_library(std::make_unique<LayerLibrary>(resourcesRoot)) {}
+    , m_library(std::make_unique<LayerLibrary>(resourcesRoot))
+    , m_filter(std::make_unique<TinyPlanetFilter>(resourcesRoot)) {}
 
 PlanetModel::~PlanetModel() = default;
 
@@ -83,13 +87,13 @@ PlanetModel::~PlanetModel() = default;
 template <typename T>
 void PlanetModel::assignProjection(T& field, T value, void (PlanetModel::*changed)()) {
     field = value;
-    emit(this->*changed)();
+    Q_EMIT(this->*changed)();
     projectionObserver();
 }
 
 void PlanetModel::assignColour(double& field, double value, void (PlanetModel::*changed)()) {
     field = value;
-    emit(this->*changed)();
+    Q_EMIT(this->*changed)();
     colourObserver();
 }
 
@@ -154,12 +158,12 @@ void PlanetModel::setVignette(double value) {
 
 void PlanetModel::setOutputSize(int value) {
     m_outputSize = value;
-    emit outputSizeChanged();
+    Q_EMIT outputSizeChanged();
 }
 
 void PlanetModel::setSelectedPreset(std::optional<Preset> preset) {
     m_selectedPreset = preset;
-    emit selectedPresetChanged();
+    Q_EMIT selectedPresetChanged();
 }
 
 // ---- presets ----------------------------------------------------------------
@@ -222,14 +226,14 @@ void PlanetModel::resetAll() {
 
 void PlanetModel::setLayers(QList<PlacedLayer> layers) {
     m_layers = std::move(layers);
-    emit layersChanged();
+    Q_EMIT layersChanged();
 }
 
 bool PlanetModel::updateLayer(const QUuid& id, const std::function<void(PlacedLayer&)>& edit) {
     for (PlacedLayer& layer : m_layers) {
         if (layer.id == id) {
             edit(layer);
-            emit layersChanged();
+            Q_EMIT layersChanged();
             return true;
         }
     }
@@ -238,7 +242,7 @@ bool PlanetModel::updateLayer(const QUuid& id, const std::function<void(PlacedLa
 
 void PlanetModel::setSelectedLayerID(const QUuid& id) {
     m_selectedLayerID = id;
-    emit selectedLayerIDChanged();
+    Q_EMIT selectedLayerIDChanged();
 }
 
 int PlanetModel::selectedIndex() const {
@@ -272,7 +276,7 @@ void PlanetModel::addLayer(const QString& assetID, NormalizedPoint at) {
     layer.blendMode =
         isScreenCategory(asset->category) ? LayerBlendMode::screen : LayerBlendMode::normal;
     m_layers.append(layer);
-    emit layersChanged();
+    Q_EMIT layersChanged();
     setSelectedLayerID(layer.id);
 }
 
@@ -283,7 +287,7 @@ void PlanetModel::deleteSelectedLayer() {
     recordHistory();
     setSelectedLayerID(QUuid());
     m_layers.removeAt(index);
-    emit layersChanged();
+    Q_EMIT layersChanged();
 }
 
 void PlanetModel::setSelectedBlendMode(LayerBlendMode mode) {
@@ -292,7 +296,7 @@ void PlanetModel::setSelectedBlendMode(LayerBlendMode mode) {
         return;
     recordHistory();
     m_layers[index].blendMode = mode;
-    emit layersChanged();
+    Q_EMIT layersChanged();
 }
 
 void PlanetModel::bringSelectedForward() {
@@ -301,7 +305,7 @@ void PlanetModel::bringSelectedForward() {
         return;
     recordHistory();
     m_layers.swapItemsAt(index, index + 1);
-    emit layersChanged();
+    Q_EMIT layersChanged();
 }
 
 void PlanetModel::sendSelectedBackward() {
@@ -310,7 +314,7 @@ void PlanetModel::sendSelectedBackward() {
         return;
     recordHistory();
     m_layers.swapItemsAt(index, index - 1);
-    emit layersChanged();
+    Q_EMIT layersChanged();
 }
 
 void PlanetModel::resetSelectedRotation() {
@@ -319,7 +323,7 @@ void PlanetModel::resetSelectedRotation() {
         return;
     recordHistory();
     m_layers[index].rotation = 0.0;
-    emit layersChanged();
+    Q_EMIT layersChanged();
 }
 
 void PlanetModel::rotateSelected(double step) {
@@ -328,7 +332,7 @@ void PlanetModel::rotateSelected(double step) {
         return;
     recordHistory();
     m_layers[index].rotation = normalizedDegrees(m_layers[index].rotation + step);
-    emit layersChanged();
+    Q_EMIT layersChanged();
 }
 
 void PlanetModel::orientSelectedToPlanet() {
@@ -345,7 +349,7 @@ void PlanetModel::orientSelectedToPlanet() {
     if (dx != 0.0 || dy != 0.0)
         rotation = normalizedDegrees(std::atan2(dy, dx) * 180.0 / std::numbers::pi + 90.0);
     m_layers[index].rotation = rotation;
-    emit layersChanged();
+    Q_EMIT layersChanged();
 }
 
 // ---- history ----------------------------------------------------------------
@@ -428,26 +432,128 @@ void PlanetModel::publishHistoryFlags() {
 
 void PlanetModel::setCanUndo(bool value) {
     m_canUndo = value;
-    emit canUndoChanged();
+    Q_EMIT canUndoChanged();
 }
 
 void PlanetModel::setCanRedo(bool value) {
     m_canRedo = value;
-    emit canRedoChanged();
+    Q_EMIT canRedoChanged();
 }
 
 // ---- rendering --------------------------------------------------------------
 
 void PlanetModel::refreshPreview() {
     ++m_previewRefreshCount;
-    if (!m_hasSource)
+    if (!m_hasSource) {
         setPreviewImage(QImage());
-    emit previewRefreshed();
+    } else {
+        ProjectionParameters parameters = projectionParameters();
+        parameters.outputSide = previewSide;
+        if (const std::optional<render::Image> projected =
+                m_filter->apply(m_sourceImage, parameters)) {
+            const render::Image graded = applyLook(*projected);
+            const QImage bitmap =
+                m_context.render(graded, graded.extent().toAlignedRect(),
+                                 render::RenderContext::Layout::premultipliedArgb32);
+            if (!bitmap.isNull())
+                setPreviewImage(bitmap);
+        }
+    }
+    Q_EMIT previewRefreshed();
+}
+
+ProjectionParameters PlanetModel::projectionParameters() const {
+    ProjectionParameters p;
+    p.zoom = static_cast<float>(m_zoom);
+    p.convexity = static_cast<float>(m_convexity);
+    p.rotation = static_cast<float>(m_rotationDegrees * std::numbers::pi / 180.0);
+    p.twist = static_cast<float>(m_twist);
+    p.shiftX = static_cast<float>(m_shiftX);
+    p.horizon = static_cast<float>(m_horizon);
+    p.flipX = static_cast<float>(m_flipX);
+    p.flipY = static_cast<float>(m_flipY);
+    p.invert = m_invert;
+    p.blendWidth = static_cast<float>(m_blendWidth);
+    p.repeats = static_cast<float>(m_repeats);
+    p.outputSide = 0.0;
+    return p;
+}
+
+render::Image PlanetModel::applyLook(const render::Image& projected) const {
+    constexpr double tolerance = 0.001;
+    render::Image image = projected;
+    if (std::abs(m_gamma - 1.0) > tolerance)
+        image = image.gammaAdjusted(m_gamma);
+    if (std::abs(m_contrast - 1.0) > tolerance || std::abs(m_saturation - 1.0) > tolerance)
+        image = image.colorControls(m_saturation, 0.0, m_contrast);
+    if (m_vignette > tolerance) {
+        const QRectF r = image.extent();
+        const double m = std::min(r.width(), r.height());
+        const double grey = 1.0 - m_vignette;
+        const render::Image gradient =
+            render::Image::radialGradient(r.center(), m * vignetteInner, m * vignetteOuter,
+                                          {1.0, 1.0, 1.0, 1.0}, {grey, grey, grey, 1.0})
+                .cropped(r);
+        image = image.multiplyComposited(gradient).cropped(r);
+    }
+    return image;
+}
+
+render::Image PlanetModel::compositeLayers(const render::Image& base, double side) {
+    const QRectF square(0.0, 0.0, side, side);
+    render::Image acc = base;
+    for (const PlacedLayer& layer : m_layers) {
+        const std::optional<render::Image> artwork = m_library->renderImage(layer.assetID);
+        if (!artwork)
+            continue;
+        const QRectF e = artwork->extent();
+        if (!(e.width() > 0.0) || !(e.height() > 0.0))
+            continue;
+        const QTransform placement =
+            QTransform::fromTranslate(-e.x(), -e.y()) * layerTransform(layer, e.size(), side);
+        render::Image placed = artwork->transformed(placement);
+        if (layer.opacity < 1.0)
+            placed = placed.alphaScaled(layer.opacity);
+        switch (layer.blendMode) {
+        case LayerBlendMode::normal:
+            acc = placed.composited(acc);
+            break;
+        case LayerBlendMode::screen:
+            acc = placed.screenBlended(acc);
+            break;
+        case LayerBlendMode::multiply:
+            acc = placed.multiplyBlended(acc);
+            break;
+        }
+    }
+    return acc.cropped(square);
+}
+
+std::optional<render::Image> PlanetModel::outputImage(double side) {
+    if (!m_hasSource)
+        return std::nullopt;
+    ProjectionParameters parameters = projectionParameters();
+    parameters.outputSide = side;
+    const std::optional<render::Image> projected = m_filter->apply(m_sourceImage, parameters);
+    if (!projected)
+        return std::nullopt;
+    return compositeLayers(applyLook(*projected), side);
+}
+
+void PlanetModel::loadImage(const render::Image& image, const QString& name) {
+    m_sourceImage = image;
+    m_hasSource = true;
+    m_sourceName = name;
+    Q_EMIT sourceNameChanged();
+    setLayers({});
+    setSelectedLayerID(QUuid());
+    clearHistory();
+    refreshPreview();
 }
 
 void PlanetModel::setPreviewImage(const QImage& image) {
     m_previewImage = image;
-    emit previewImageChanged();
+    Q_EMIT previewImageChanged();
 }
 
 } // namespace velmora

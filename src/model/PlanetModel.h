@@ -1,7 +1,10 @@
 #pragma once
 
+#include "filter/ProjectionParameters.h"
 #include "layers/LayerLibrary.h"
 #include "layers/PlacedLayer.h"
+#include "render/Image.h"
+#include "render/RenderContext.h"
 
 #include <QImage>
 #include <QList>
@@ -17,6 +20,8 @@
 #include <vector>
 
 namespace velmora {
+
+class TinyPlanetFilter;
 
 /// The one editable document: the source picture, the projection and colour
 /// settings, the overlay layers, the edit history and the renders made from them.
@@ -95,7 +100,9 @@ public:
     static constexpr double vignetteInner = 0.3;
     static constexpr double vignetteOuter = 0.66;
 
-    /// Creates the layer library from `resourcesRoot` (resourcesRoot() when omitted).
+    /// Creates, in order, the layer library from `resourcesRoot` (resourcesRoot() when
+    /// omitted), the projection filter (the program stops if its kernel cannot be
+    /// loaded) and the rendering context.
     explicit PlanetModel(QObject* parent = nullptr);
     explicit PlanetModel(const QString& resourcesRoot, QObject* parent = nullptr);
     ~PlanetModel() override;
@@ -105,6 +112,8 @@ public:
     /// The latest 1100 x 1100 render without layers; null when there is none.
     QImage previewImage() const { return m_previewImage; }
     bool hasSource() const { return m_hasSource; }
+    /// The picture as loaded; empty until the first successful load.
+    const render::Image& sourceImage() const { return m_sourceImage; }
     LayerLibrary& library() { return *m_library; }
     const LayerLibrary& library() const { return *m_library; }
 
@@ -199,11 +208,29 @@ public:
 
     // Rendering
     /// The one place where the preview is rendered. Every batch ends with exactly one
-    /// call; previewRefreshed() announces each call.
+    /// call; previewRefreshed() announces each call. Without a picture the preview
+    /// becomes null; when a stage fails the previous preview stays.
     void refreshPreview();
     int previewRefreshCount() const { return m_previewRefreshCount; }
 
-signals:
+    /// The current projection settings in kernel order, with outputSide 0.
+    ProjectionParameters projectionParameters() const;
+    /// Gamma, contrast/saturation and vignette, each only where it differs from
+    /// neutral by more than 0.001.
+    render::Image applyLook(const render::Image& projected) const;
+    /// Draws the layers, bottom first, over `base` and crops to the side x side square.
+    render::Image compositeLayers(const render::Image& base, double side);
+    /// The planet with its grade and layers at `side` pixels, as export and copy use it;
+    /// nothing without a picture or when the projection yields nothing.
+    std::optional<render::Image> outputImage(double side);
+    const render::RenderContext& context() const { return m_context; }
+
+    // Intake
+    /// Installs a new picture and starts a fresh document: layers, selection and
+    /// history are emptied, settings stay, then the preview is rendered.
+    void loadImage(const render::Image& image, const QString& name);
+
+Q_SIGNALS:
     void sourceNameChanged();
     void previewImageChanged();
     void selectedPresetChanged();
@@ -244,6 +271,9 @@ private:
     int selectedIndex() const;
 
     std::unique_ptr<LayerLibrary> m_library;
+    std::unique_ptr<TinyPlanetFilter> m_filter;
+    render::RenderContext m_context;
+    render::Image m_sourceImage;
 
     QString m_sourceName;
     QImage m_previewImage;

@@ -32,8 +32,12 @@
 //     which fixes exposure mismatches and leaves a clean stitch untouched. If they do
 //     not (a wide photo), each end is continued past the seam by reflection and the
 //     two cross-fade, so no hard cut remains. blendWidth < 0.005 turns it off.
-//  8. Filtering: trilinear from the source pyramid, the level chosen from the pixel's
-//     footprint in the source, so the pole and the sky's edge do not sparkle.
+//  8. Filtering: from the source pyramid, the level chosen from the pixel's footprint
+//     in the source (the largest step to its four neighbours, along u and along v, so
+//     it does not depend on which way the picture is turned). Equirectangular pixels
+//     shrink towards the poles, so a footprint there is long in u and short in v: it
+//     is sampled with up to 16 taps along its long axis at the level of its short one,
+//     and the pole neither sparkles nor smears into the average of the whole picture.
 //
 // Everything is clamped before memory is touched: any argument, NaN and infinities
 // included, yields some colour from inside the source.
@@ -188,46 +192,101 @@ VM_INLINE Rgba blendSeam(const VmSampler& src, const Setup& k, Rgba natural, flo
     return lerp(rightEnd, leftEnd, t * t * (3.f - 2.f * t));
 }
 
+/// How a pixel's footprint is sampled: the pyramid level, and `taps` samples spaced
+/// along (du, dv) when the footprint is much longer one way than the other.
+struct Footprint {
+    float lod;
+    int taps;
+    float du;
+    float dv;
+};
+
+/// Most samples one pixel takes along its footprint; near the poles the footprint
+/// wraps the whole width but only a few rows.
+constexpr int maxTaps = 16;
+
+/// The footprint from the largest step to any of the four neighbours, along u and
+/// along v separately (in source pixels). A tiny planet's pixel is stretched along
+/// those axes (round the planet is u, outwards is v); taking the largest one-sided
+/// step keeps it symmetric under quarter turns and still sees the pole, where the
+/// neighbours all lie at other longitudes.
+VM_INLINE Footprint footprintOf(float u, float v, const float (&nu)[4], const float (&nv)[4],
+                                float width, float height) {
+    float eu = 0.f;
+    float ev = 0.f;
+    for (int n = 0; n < 4; ++n) {
+        const float du = std::fabs(wrapDelta(nu[n] - u));
+        const float dv = std::fabs(nv[n] - v);
+        eu = du > eu ? du : eu;
+        ev = dv > ev ? dv : ev;
+    }
+    const float pu = eu * width;
+    const float pv = ev * height;
+    const bool uMajor = pu > pv;
+    const float major = uMajor ? pu : pv;
+    const float minor = uMajor ? pv : pu;
+    float ratio = minor > 0.f ? major / minor : static_cast<float>(maxTaps);
+    ratio = clampf(ratio, 1.f, static_cast<float>(maxTaps));
+    const int taps = static_cast<int>(ratio + 0.5f);
+    // The level suits the spacing between taps: major / taps source pixels.
+    return {fastLog2(major) - fastLog2(static_cast<float>(taps)), taps, uMajor ? eu : 0.f,
+            uMajor ? 0.f : ev};
+}
+
+template <int Format, bool Opaque>
+VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Footprint& f) {
+    if (f.taps <= 1)
+        return sampleLod<Format, Edge::wrapXClampY, Opaque>(src, u, v, f.lod);
+    Rgba sum;
+    const float step = 1.f / static_cast<float>(f.taps);
+    for (int t = 0; t < f.taps; ++t) {
+        const float along = (static_cast<float>(t) + 0.5f) * step - 0.5f;
+        float tu = u + along * f.du;
+        tu -= static_cast<float>(floorToInt(tu));
+        sum = sum + sampleLod<Format, Edge::wrapXClampY, Opaque>(src, tu, v + along * f.dv, f.lod);
+    }
+    return sum * step;
+}
+
 // The hot loop is compiled twice, for AVX2/FMA machines and for any x86-64; the
 // dynamic loader picks one when the module is loaded.
 template <int Format, bool Opaque, bool Flips, bool Bend>
 __attribute__((target_clones("arch=haswell", "default"))) void
 runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0, int y0, int w,
          int h) {
-    // Two rows of coordinates (this one and the next, for the footprint), one extra
-    // column for the same reason.
-    alignas(32) float u[2][block + 8];
-    alignas(32) float v[2][block + 8];
-    alignas(32) float lod[block];
+    // Three rows of coordinates (above, this, below) with a column of margin on either
+    // side, for each pixel's four neighbours. Element i is column x0 - 1 + i.
+    alignas(32) float u[3][block + 8];
+    alignas(32) float v[3][block + 8];
+    Footprint foot[block];
 
-    mapRow<Flips, Bend>(k, x0, y0, w + 1, u[0], v[0]);
+    mapRow<Flips, Bend>(k, x0 - 1, y0 - 1, w + 2, u[0], v[0]);
+    mapRow<Flips, Bend>(k, x0 - 1, y0, w + 2, u[1], v[1]);
     for (int j = 0; j < h; ++j) {
-        const float* __restrict cu = u[j & 1];
-        const float* __restrict cv = v[j & 1];
-        float* __restrict nu = u[(j + 1) & 1];
-        float* __restrict nv = v[(j + 1) & 1];
-        mapRow<Flips, Bend>(k, x0, y0 + j + 1, w + 1, nu, nv);
+        const float* __restrict pu = u[j % 3];
+        const float* __restrict pv = v[j % 3];
+        const float* __restrict cu = u[(j + 1) % 3];
+        const float* __restrict cv = v[(j + 1) % 3];
+        float* __restrict nu = u[(j + 2) % 3];
+        float* __restrict nv = v[(j + 2) % 3];
+        mapRow<Flips, Bend>(k, x0 - 1, y0 + j + 1, w + 2, nu, nv);
 
-        // Footprint of each pixel in source pixels, from its right and lower
-        // neighbours; u differences are taken the short way round the seam.
         for (int i = 0; i < w; ++i) {
-            const float dux = wrapDelta(cu[i + 1] - cu[i]) * k.width;
-            const float duy = wrapDelta(nu[i] - cu[i]) * k.width;
-            const float dvx = (cv[i + 1] - cv[i]) * k.height;
-            const float dvy = (nv[i] - cv[i]) * k.height;
-            const float along = dux * dux + dvx * dvx;
-            const float across = duy * duy + dvy * dvy;
-            lod[i] = 0.5f * fastLog2(along > across ? along : across);
+            const float aroundU[4] = {cu[i], cu[i + 2], pu[i + 1], nu[i + 1]};
+            const float aroundV[4] = {cv[i], cv[i + 2], pv[i + 1], nv[i + 1]};
+            foot[i] = footprintOf(cu[i + 1], cv[i + 1], aroundU, aroundV, k.width, k.height);
         }
 
         float* out = d.pixels + static_cast<int64_t>(y0 - d.y + j) * d.stride + 4 * (x0 - d.x);
         for (int i = 0; i < w; ++i) {
-            Rgba c = sampleLod<Format, Edge::wrapXClampY, Opaque>(src, cu[i], cv[i], lod[i]);
+            const float pixelU = cu[i + 1];
+            const float pixelV = cv[i + 1];
+            Rgba c = sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot[i]);
             if (k.seamHalf > 0.f) {
-                const float ds = seamDistance(cu[i]);
+                const float ds = seamDistance(pixelU);
                 const float reach = std::fabs(ds);
                 if (reach < k.seamHalf)
-                    c = blendSeam<Format, Opaque>(src, k, c, ds, reach, cv[i], lod[i]);
+                    c = blendSeam<Format, Opaque>(src, k, c, ds, reach, pixelV, foot[i].lod);
             }
             storeEncoded(src, c, out + 4 * i);
         }

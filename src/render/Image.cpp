@@ -128,17 +128,15 @@ private:
         const float h = static_cast<float>(s.levels[0].height);
         const float ox = static_cast<float>(source.offset().x());
         const float oy = static_cast<float>(source.offset().y());
-        const float stepX = static_cast<float>(m_inverse.m11());
-        const float stepY = static_cast<float>(m_inverse.m12());
         // Fall back to bilinear when the pyramid was not built (no prepare()).
         const float lod = s.levelCount > 1 ? m_lod : 0.f;
         for (int y = inside.top(); y <= inside.bottom(); ++y) {
-            const QPointF start = m_inverse.map(QPointF(inside.left() + 0.5, y + 0.5));
-            float sx = static_cast<float>(start.x()) - ox;
-            float sy = static_cast<float>(start.y()) - oy;
             float* o = out.row(y - rect.top()) + 4 * (inside.left() - rect.left());
-            for (int x = inside.left(); x <= inside.right();
-                 ++x, o += 4, sx += stepX, sy += stepY) {
+            for (int x = inside.left(); x <= inside.right(); ++x, o += 4) {
+                // From absolute coordinates every time, so tiles agree to the bit.
+                const QPointF at = m_inverse.map(QPointF(x + 0.5, y + 0.5));
+                const float sx = static_cast<float>(at.x()) - ox;
+                const float sy = static_cast<float>(at.y()) - oy;
                 if (sx < -1.f || sy < -1.f || sx > w + 1.f || sy > h + 1.f)
                     continue;
                 const Rgba c =

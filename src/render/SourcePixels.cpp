@@ -39,47 +39,78 @@ bool isDeepFormat(QImage::Format format) {
     }
 }
 
+/// The source pixels under one pixel of a level half as large, with weights: each
+/// new pixel covers exactly its share of the old extent, so every level spans the
+/// whole picture even when a size is odd (then a new pixel covers 2.x old ones).
+struct Taps {
+    int first = 0;
+    int count = 0;
+    float weight[3] = {0, 0, 0};
+};
+
+std::vector<Taps> boxTaps(int from, int to) {
+    std::vector<Taps> taps(static_cast<size_t>(to));
+    const double ratio = static_cast<double>(from) / to;
+    for (int i = 0; i < to; ++i) {
+        const double lo = i * ratio;
+        const double hi = (i + 1) * ratio;
+        Taps& t = taps[static_cast<size_t>(i)];
+        t.first = static_cast<int>(lo);
+        for (int j = t.first; j < from && j < hi && t.count < 3; ++j) {
+            const double overlap = std::min(hi, j + 1.0) - std::max(lo, static_cast<double>(j));
+            t.weight[t.count++] = static_cast<float>(overlap / ratio);
+        }
+    }
+    return taps;
+}
+
 template <int Format>
 void downsample(const VmSampler& s, const QImage& from, QImage& to) {
     const VmLevel src{from.constBits(), from.width(), from.height(), from.bytesPerLine()};
+    const std::vector<Taps> across = boxTaps(from.width(), to.width());
+    const std::vector<Taps> down = boxTaps(from.height(), to.height());
     const int w = to.width();
-    const int h = to.height();
-    tbb::parallel_for(tbb::blocked_range<int>(0, h), [&](const tbb::blocked_range<int>& rows) {
-        for (int y = rows.begin(); y != rows.end(); ++y) {
-            const int y0 = std::min(2 * y, src.height - 1);
-            const int y1 = std::min(2 * y + 1, src.height - 1);
-            uchar* line = to.scanLine(y);
-            for (int x = 0; x < w; ++x) {
-                const int x0 = std::min(2 * x, src.width - 1);
-                const int x1 = std::min(2 * x + 1, src.width - 1);
-                const sampling::Rgba sum = sampling::texel<Format, false>(s, src, x0, y0) +
-                                           sampling::texel<Format, false>(s, src, x1, y0) +
-                                           sampling::texel<Format, false>(s, src, x0, y1) +
-                                           sampling::texel<Format, false>(s, src, x1, y1);
-                alignas(16) float c[4];
-                _mm_store_ps(c, (sum * 0.25f).v);
-                const float alpha = c[3];
-                const float inv = alpha > 0.f ? 1.f / alpha : 0.f;
-                const float rgb[3] = {sampling::encode(s, c[0] * inv),
-                                      sampling::encode(s, c[1] * inv),
-                                      sampling::encode(s, c[2] * inv)};
-                if constexpr (Format == VM_FORMAT_RGBA16) {
-                    const uint16_t p[4] = {static_cast<uint16_t>(rgb[0] * 65535.f + 0.5f),
-                                           static_cast<uint16_t>(rgb[1] * 65535.f + 0.5f),
-                                           static_cast<uint16_t>(rgb[2] * 65535.f + 0.5f),
-                                           static_cast<uint16_t>(alpha * 65535.f + 0.5f)};
-                    std::memcpy(line + 8 * x, p, sizeof p);
-                } else {
-                    uchar* p = line + 4 * x;
-                    const int r = Format == VM_FORMAT_BGRA8 ? 2 : 0;
-                    p[r] = static_cast<uchar>(rgb[0] * 255.f + 0.5f);
-                    p[1] = static_cast<uchar>(rgb[1] * 255.f + 0.5f);
-                    p[2 - r] = static_cast<uchar>(rgb[2] * 255.f + 0.5f);
-                    p[3] = static_cast<uchar>(alpha * 255.f + 0.5f);
+    tbb::parallel_for(
+        tbb::blocked_range<int>(0, to.height()), [&](const tbb::blocked_range<int>& rows) {
+            for (int y = rows.begin(); y != rows.end(); ++y) {
+                const Taps& ty = down[static_cast<size_t>(y)];
+                uchar* line = to.scanLine(y);
+                for (int x = 0; x < w; ++x) {
+                    const Taps& tx = across[static_cast<size_t>(x)];
+                    sampling::Rgba sum;
+                    for (int j = 0; j < ty.count; ++j) {
+                        const unsigned char* row = sampling::rowOf(src, ty.first + j);
+                        sampling::Rgba line_sum;
+                        for (int i = 0; i < tx.count; ++i)
+                            line_sum = line_sum +
+                                       sampling::texelInRow<Format, false>(s, row, tx.first + i) *
+                                           tx.weight[i];
+                        sum = sum + line_sum * ty.weight[j];
+                    }
+                    alignas(16) float c[4];
+                    _mm_store_ps(c, sum.v);
+                    const float alpha = c[3];
+                    const float inv = alpha > 0.f ? 1.f / alpha : 0.f;
+                    const float rgb[3] = {sampling::encode(s, c[0] * inv),
+                                          sampling::encode(s, c[1] * inv),
+                                          sampling::encode(s, c[2] * inv)};
+                    if constexpr (Format == VM_FORMAT_RGBA16) {
+                        const uint16_t p[4] = {static_cast<uint16_t>(rgb[0] * 65535.f + 0.5f),
+                                               static_cast<uint16_t>(rgb[1] * 65535.f + 0.5f),
+                                               static_cast<uint16_t>(rgb[2] * 65535.f + 0.5f),
+                                               static_cast<uint16_t>(alpha * 65535.f + 0.5f)};
+                        std::memcpy(line + 8 * x, p, sizeof p);
+                    } else {
+                        uchar* p = line + 4 * x;
+                        const int r = Format == VM_FORMAT_BGRA8 ? 2 : 0;
+                        p[r] = static_cast<uchar>(rgb[0] * 255.f + 0.5f);
+                        p[1] = static_cast<uchar>(rgb[1] * 255.f + 0.5f);
+                        p[2 - r] = static_cast<uchar>(rgb[2] * 255.f + 0.5f);
+                        p[3] = static_cast<uchar>(alpha * 255.f + 0.5f);
+                    }
                 }
             }
-        }
-    });
+        });
 }
 
 } // namespace

@@ -4,10 +4,40 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+#include <cstdlib>
+
 namespace velmora::test {
 
 QString buildResources() {
     return QStringLiteral(VELMORA_TEST_RESOURCES);
+}
+
+QImage testPanorama(int width, int height) {
+    QImage image(width, height, QImage::Format_RGB32);
+    for (int y = 0; y < height; ++y) {
+        const double v = (y + 0.5) / height;
+        auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
+        for (int x = 0; x < width; ++x) {
+            const double u = (x + 0.5) / width;
+            QColor c;
+            if (v < 0.1)
+                c = zenithColour;
+            else if (v < 0.5)
+                c = skyColour;
+            else if (v < 0.9)
+                c = QColor::fromHsvF(static_cast<float>(u), 0.6f, 0.55f);
+            else
+                c = nadirColour;
+            line[x] = c.rgb();
+        }
+    }
+    return image;
+}
+
+int channelDistance(QColor a, QColor b) {
+    return std::max({std::abs(a.red() - b.red()), std::abs(a.green() - b.green()),
+                     std::abs(a.blue() - b.blue()), std::abs(a.alpha() - b.alpha())});
 }
 
 TempTree::TempTree() {

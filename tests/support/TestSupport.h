@@ -24,6 +24,20 @@ namespace velmora::test {
 /// The staged resources folder of the build tree (kernel module, artwork).
 QString buildResources();
 
+/// A synthetic 360 panorama that wraps seamlessly: a yellow cap round the zenith
+/// (top tenth), sky blue down to the horizon, ground whose hue goes once round the
+/// colour wheel with the longitude (so it wraps), and a magenta cap round the nadir
+/// (bottom tenth).
+QImage testPanorama(int width, int height);
+
+/// Known colours of testPanorama().
+inline const QColor zenithColour{255, 220, 0};
+inline const QColor skyColour{90, 160, 230};
+inline const QColor nadirColour{220, 0, 200};
+
+/// Largest per-channel difference, in 8-bit code values.
+int channelDistance(QColor a, QColor b);
+
 /// A scratch folder that disappears with the object.
 class TempTree {
 public:

@@ -1,0 +1,290 @@
+#include "filter/TinyPlanetFilter.h"
+#include "model/PlanetModel.h"
+#include "render/RenderContext.h"
+#include "support/TestSupport.h"
+
+#include <QRandomGenerator>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <numbers>
+
+using namespace velmora;
+using render::Image;
+using render::RenderContext;
+
+namespace {
+
+constexpr int side = 257; // odd, so one pixel sits exactly on the square's centre
+
+class ProjectionTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        filter = new TinyPlanetFilter(test::buildResources());
+        panorama = new Image(Image::fromQImage(test::testPanorama(2000, 1000)));
+    }
+    static void TearDownTestSuite() {
+        delete filter;
+        delete panorama;
+    }
+
+    static QImage planet(const ProjectionParameters& p, const Image& source = *panorama) {
+        ProjectionParameters sized = p;
+        sized.outputSide = side;
+        const std::optional<Image> out = filter->apply(source, sized);
+        EXPECT_TRUE(out.has_value());
+        return RenderContext().render(*out, QRect(0, 0, side, side),
+                                      RenderContext::Layout::straightRgba8);
+    }
+
+    /// Centroid of the pixels close to `colour`.
+    static QPointF centroidOf(const QImage& image, QColor colour) {
+        double sx = 0, sy = 0;
+        int n = 0;
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (test::channelDistance(image.pixelColor(x, y), colour) < 40) {
+                    sx += x + 0.5;
+                    sy += y + 0.5;
+                    ++n;
+                }
+        return n ? QPointF(sx / n, sy / n) : QPointF(-1, -1);
+    }
+
+    /// Largest difference between `a` and `b` turned by a half turn, ignoring the
+    /// pixels within `mask` of the centre, where the pole makes values ill-defined.
+    static int halfTurnDistance(const QImage& a, const QImage& b, double mask) {
+        int worst = 0;
+        for (int y = 0; y < side; ++y)
+            for (int x = 0; x < side; ++x) {
+                if (std::hypot(x + 0.5 - side / 2.0, y + 0.5 - side / 2.0) < mask)
+                    continue;
+                worst = std::max(worst,
+                                 test::channelDistance(a.pixelColor(x, y),
+                                                       b.pixelColor(side - 1 - x, side - 1 - y)));
+            }
+        return worst;
+    }
+
+    static int largestDistance(const QImage& a, const QImage& b) {
+        int worst = 0;
+        for (int y = 0; y < a.height(); ++y)
+            for (int x = 0; x < a.width(); ++x)
+                worst =
+                    std::max(worst, test::channelDistance(a.pixelColor(x, y), b.pixelColor(x, y)));
+        return worst;
+    }
+
+    static inline TinyPlanetFilter* filter = nullptr;
+    static inline Image* panorama = nullptr;
+};
+
+} // namespace
+
+TEST_F(ProjectionTest, OutputSquareFollowsTheRequestedOrLargerSide) {
+    const Image wide = Image::fromQImage(QImage(4000, 2000, QImage::Format_RGB32));
+    const Image tall = Image::fromQImage(QImage(1000, 3000, QImage::Format_RGB32));
+    const auto extentFor = [&](const Image& source, double outputSide) {
+        ProjectionParameters p;
+        p.outputSide = outputSide;
+        return filter->apply(source, p).value().extent();
+    };
+    EXPECT_EQ(extentFor(wide, 0), QRectF(0, 0, 4000, 4000));
+    EXPECT_EQ(extentFor(wide, -5), QRectF(0, 0, 4000, 4000));
+    EXPECT_EQ(extentFor(wide, 1100), QRectF(0, 0, 1100, 1100));
+    EXPECT_EQ(extentFor(wide, 2048), QRectF(0, 0, 2048, 2048));
+    EXPECT_EQ(extentFor(tall, 0), QRectF(0, 0, 3000, 3000));
+}
+
+TEST_F(ProjectionTest, SourcesAreMovedToTheOriginAndBadExtentsGiveNothing) {
+    const QImage atOrigin = planet({});
+    const Image moved = panorama->translated(-50, 20);
+    ProjectionParameters p;
+    p.outputSide = side;
+    EXPECT_EQ(filter->apply(moved, p)->extent(), QRectF(0, 0, side, side));
+    EXPECT_EQ(planet({}, moved), atOrigin);
+
+    const Image gradient = Image::radialGradient({0, 0}, 1, 2, {1, 1, 1, 1}, {0, 0, 0, 1});
+    EXPECT_FALSE(filter->apply(gradient, p).has_value());
+    EXPECT_FALSE(filter->apply(Image(), p).has_value());
+    EXPECT_FALSE(filter->apply(panorama->cropped(QRectF(5, 5, 0, 10)), p).has_value());
+}
+
+TEST_F(ProjectionTest, DefaultsPutTheGroundInTheMiddleAndInvertTheSky) {
+    const QImage plain = planet({});
+    EXPECT_LT(test::channelDistance(plain.pixelColor(side / 2, side / 2), test::nadirColour), 8);
+    // Sky all round: the corners look up, far above the horizon.
+    EXPECT_LT(test::channelDistance(plain.pixelColor(2, 2), test::skyColour), 30);
+
+    ProjectionParameters inverted;
+    inverted.invert = true;
+    const QImage sky = planet(inverted);
+    EXPECT_LT(test::channelDistance(sky.pixelColor(side / 2, side / 2), test::zenithColour), 8);
+}
+
+TEST_F(ProjectionTest, PlanetCentreFollowsShiftXAndHorizon) {
+    for (const auto& [shiftX, horizon] : {std::pair{0.4f, -0.3f}, {-0.6f, 0.5f}, {0.f, 0.f}}) {
+        ProjectionParameters p;
+        p.shiftX = shiftX;
+        p.horizon = horizon;
+        p.rotation = 0.7f; // turning must not move the centre
+        const QPointF found = centroidOf(planet(p), test::nadirColour);
+        EXPECT_NEAR(found.x(), (0.5 + 0.5 * shiftX) * side, 1.0) << shiftX;
+        EXPECT_NEAR(found.y(), (0.5 - 0.5 * horizon) * side, 1.0) << horizon;
+    }
+}
+
+TEST_F(ProjectionTest, RotationByAHalfTurnTurnsThePicture) {
+    ProjectionParameters turned;
+    turned.rotation = static_cast<float>(std::numbers::pi);
+    EXPECT_LE(halfTurnDistance(planet({}), planet(turned), 3.0), 3);
+}
+
+TEST_F(ProjectionTest, TwoRepeatsOfAWrappingPanoramaAreSymmetricUnderAHalfTurn) {
+    ProjectionParameters twice;
+    twice.repeats = 2.f;
+    const QImage image = planet(twice);
+    EXPECT_LE(halfTurnDistance(image, image, 3.0), 3);
+    // and with one repeat it is not: the ground's hue goes round once
+    const QImage once = planet({});
+    EXPECT_GT(halfTurnDistance(once, once, 3.0), 40);
+}
+
+TEST_F(ProjectionTest, ZoomScalesTheHorizonCircle) {
+    // Walk up from the centre to where the ground gives way to the sky.
+    const auto horizonRadius = [&](float zoom) {
+        ProjectionParameters p;
+        p.zoom = zoom;
+        const QImage image = planet(p);
+        for (int r = 0; r < side / 2; ++r)
+            if (test::channelDistance(image.pixelColor(side / 2, side / 2 - r), test::skyColour) <
+                12)
+                return r;
+        return side;
+    };
+    // The horizon sits at a quarter of the side, times the zoom.
+    EXPECT_NEAR(horizonRadius(1.f), side * 0.25, 2);
+    EXPECT_NEAR(horizonRadius(1.6f), side * 0.25 * 1.6, 2);
+    EXPECT_NEAR(horizonRadius(0.5f), side * 0.25 * 0.5, 2);
+}
+
+TEST_F(ProjectionTest, TwistTurnsTheGroundWithTheRadius) {
+    const auto hueAlongRay = [&](float twist, int radius) {
+        ProjectionParameters p;
+        p.twist = twist;
+        return planet(p).pixelColor(side / 2, side / 2 - radius).hueF();
+    };
+    EXPECT_NEAR(hueAlongRay(0.f, 20), hueAlongRay(0.f, 50), 0.01);
+    EXPECT_GT(std::abs(hueAlongRay(2.f, 20) - hueAlongRay(2.f, 50)), 0.03);
+}
+
+TEST_F(ProjectionTest, FlipYTiltsTheViewSoTheHorizonRunsAcross) {
+    ProjectionParameters tilted;
+    tilted.flipY = -0.6f;
+    const QImage image = planet(tilted);
+    const auto isSky = [](QColor c) {
+        return test::channelDistance(c, test::skyColour) < 30 ||
+               test::channelDistance(c, test::zenithColour) < 30;
+    };
+    // Sky across the top edge, ground across the bottom edge.
+    for (int x : {10, side / 2, side - 10}) {
+        EXPECT_TRUE(isSky(image.pixelColor(x, 3))) << x;
+        EXPECT_FALSE(isSky(image.pixelColor(x, side - 4))) << x;
+    }
+}
+
+TEST_F(ProjectionTest, SeamBlendCrossFadesEndsThatDoNotMeet) {
+    QImage halves(1000, 500, QImage::Format_RGB32);
+    halves.fill(QColor(200, 30, 30));
+    for (int y = 0; y < 500; ++y)
+        for (int x = 500; x < 1000; ++x)
+            halves.setPixelColor(x, y, QColor(30, 30, 200));
+    const Image source = Image::fromQImage(halves);
+    // The seam runs straight down from the centre; look just either side of it.
+    ProjectionParameters hard;
+    hard.blendWidth = 0.f;
+    const QImage cut = planet(hard, source);
+    const QColor leftOfSeam = cut.pixelColor(side / 2 - 3, side - 30);
+    const QColor rightOfSeam = cut.pixelColor(side / 2 + 3, side - 30);
+    EXPECT_GT(std::abs(leftOfSeam.red() - rightOfSeam.red()), 120);
+
+    ProjectionParameters soft;
+    soft.blendWidth = 0.3f;
+    const QImage blended = planet(soft, source);
+    EXPECT_LT(std::abs(blended.pixelColor(side / 2 - 3, side - 30).red() -
+                       blended.pixelColor(side / 2 + 3, side - 30).red()),
+              20);
+}
+
+TEST_F(ProjectionTest, SeamBlendLeavesAWrappingPanoramaAlone) {
+    ProjectionParameters none;
+    none.blendWidth = 0.f;
+    ProjectionParameters wide;
+    wide.blendWidth = 0.4f;
+    EXPECT_LE(largestDistance(planet(none), planet(wide)), 4);
+}
+
+TEST_F(ProjectionTest, ModelPassesRadiansAndItsSettingsInKernelOrder) {
+    test::SampleResources resources;
+    PlanetModel model(resources.path());
+    model.setRotationDegrees(180);
+    model.setInvert(true);
+    model.setHorizon(0.25);
+    const ProjectionParameters p = model.projectionParameters();
+    EXPECT_EQ(p.rotation, 3.1415927f);
+    EXPECT_TRUE(p.invert);
+    EXPECT_EQ(p.horizon, 0.25f);
+    EXPECT_EQ(p.outputSide, 0.0);
+}
+
+// Whatever the arguments (NaN, infinities, huge values) and however small the
+// picture, the kernel reads only inside the source and writes only valid colours.
+// The sanitizer build runs this over the whole grid.
+TEST_F(ProjectionTest, AnyArgumentsStayInsideTheSource) {
+    constexpr float inf = std::numeric_limits<float>::infinity();
+    constexpr float nan = std::numeric_limits<float>::quiet_NaN();
+    const float extremes[] = {nan, inf, -inf, 0.f, -0.f, 1e30f, -1e30f, 1e-30f, 0.5f, -7.f, 1e6f};
+    const Image sources[] = {*panorama, Image::fromQImage(test::testPanorama(1, 1)),
+                             Image::fromQImage(test::testPanorama(3, 1)),
+                             Image::fromQImage(test::testPanorama(1, 5))};
+    QRandomGenerator rng(99);
+    RenderContext context;
+    for (int trial = 0; trial < 400; ++trial) {
+        ProjectionParameters p;
+        float* fields[] = {&p.zoom,    &p.convexity, &p.rotation, &p.twist,      &p.shiftX,
+                           &p.horizon, &p.flipX,     &p.flipY,    &p.blendWidth, &p.repeats};
+        if (trial < 110) {
+            *fields[trial % 10] = extremes[trial / 10]; // one field at a time
+        } else {
+            for (float* f : fields)
+                *f = extremes[rng.bounded(static_cast<int>(std::size(extremes)))];
+        }
+        p.invert = trial % 2;
+        p.outputSide = 24;
+        const std::optional<Image> out = filter->apply(sources[trial % 4], p);
+        ASSERT_TRUE(out.has_value());
+        const std::vector<float> f = context.renderFloats(*out, QRect(-2, -2, 28, 28));
+        for (size_t i = 0; i < f.size(); i += 4) {
+            ASSERT_TRUE(std::isfinite(f[i]) && std::isfinite(f[i + 3])) << trial;
+            ASSERT_GE(f[i + 3], 0.f);
+            ASSERT_LE(f[i + 3], 1.f);
+            ASSERT_LE(f[i], f[i + 3] + 1e-6f);
+        }
+    }
+}
+
+TEST(ProjectionKernel, MissingOrBrokenModuleStopsWithTheFixedMessage) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const char* message = "Couldn't load the tinyPlanet kernel\\. Check the Metal build flags "
+                          "\\(see setup notes\\)\\.";
+    test::TempTree empty;
+    EXPECT_EXIT(TinyPlanetFilter{empty.path()}, ::testing::ExitedWithCode(1), message);
+    EXPECT_EXIT(PlanetModel{empty.path()}, ::testing::ExitedWithCode(1), message);
+    EXPECT_EXIT(TinyPlanetFilter{QString()}, ::testing::ExitedWithCode(1), message);
+
+    test::TempTree broken;
+    broken.addFile(QStringLiteral("kernels/tinyplanet.so"), "not a shared object");
+    EXPECT_EXIT(TinyPlanetFilter{broken.path()}, ::testing::ExitedWithCode(1), message);
+}

@@ -1,9 +1,19 @@
 #include "model/PlanetModel.h"
 
 #include "filter/TinyPlanetFilter.h"
+#include "model/ImageDecoding.h"
+#include "render/PngWriter.h"
+
 #include "layers/LayerGeometry.h"
 #include "model/Angles.h"
 #include "model/Resources.h"
+#include <QBuffer>
+#include <QClipboard>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QImageWriter>
+#include <QMimeData>
+#include <QSaveFile>
 
 #include <algorithm>
 #include <cmath>
@@ -538,6 +548,93 @@ std::optional<render::Image> PlanetModel::outputImage(double side) {
     if (!projected)
         return std::nullopt;
     return compositeLayers(applyLook(*projected), side);
+}
+
+QString PlanetModel::loadImageFile(const QString& path) {
+    const DecodedImage decoded = decodeImageFile(path);
+    if (!decoded.ok())
+        return decoded.error;
+    loadImage(decoded.image, QFileInfo(path).completeBaseName());
+    return {};
+}
+
+bool PlanetModel::pasteFromClipboard() {
+    // Without a GUI application (the command line) there is no clipboard.
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return false;
+    const QMimeData* mime = QGuiApplication::clipboard()->mimeData();
+    if (!mime)
+        return false;
+    for (const auto& [type, format] : {std::pair{"image/png", "png"}, {"image/tiff", "tiff"}}) {
+        const QByteArray data = mime->data(QString::fromLatin1(type));
+        if (data.isEmpty())
+            continue;
+        const DecodedImage decoded = decodeImageData(data, format);
+        if (decoded.ok()) {
+            loadImage(decoded.image, QStringLiteral("Pasted"));
+            return true;
+        }
+        break; // undecodable data: fall back to the image object
+    }
+    if (!mime->hasImage())
+        return false;
+    QImage image = qvariant_cast<QImage>(mime->imageData());
+    if (image.isNull())
+        return false;
+    loadImage(render::Image::fromQImage(std::move(image)), QStringLiteral("Pasted"));
+    return true;
+}
+
+QString PlanetModel::defaultExportFileName() const {
+    return (m_sourceName.isEmpty() ? QStringLiteral("Planet") : m_sourceName) +
+           QStringLiteral("-velmora.png");
+}
+
+QString PlanetModel::exportPNG(const QString& path) {
+    if (!m_hasSource)
+        return QStringLiteral("there is no picture to export");
+    const int side = m_outputSize;
+    const std::optional<render::Image> output = outputImage(side);
+    if (!output)
+        return QStringLiteral("the planet could not be rendered");
+    const QImage pixels = m_context.render(*output, QRect(0, 0, side, side),
+                                           render::RenderContext::Layout::straightRgba8);
+    if (pixels.isNull())
+        return QStringLiteral("not enough memory for a %1 x %1 picture").arg(side);
+    // Written beside the target and renamed over it only when complete.
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return QStringLiteral("%1: %2").arg(path, file.errorString());
+    QString error;
+    if (!render::writePng(pixels, file, {}, &error)) {
+        file.cancelWriting();
+        return QStringLiteral("%1: %2").arg(path, error);
+    }
+    if (!file.commit())
+        return QStringLiteral("%1: %2").arg(path, file.errorString());
+    return {};
+}
+
+void PlanetModel::copyToClipboard() {
+    if (!m_hasSource || !qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return;
+    const int side = m_outputSize;
+    const std::optional<render::Image> output = outputImage(side);
+    if (!output)
+        return;
+    const QImage pixels = m_context.render(*output, QRect(0, 0, side, side),
+                                           render::RenderContext::Layout::straightRgba8);
+    const QByteArray png = render::encodePng(pixels);
+    if (png.isEmpty())
+        return;
+    auto* mime = new QMimeData;
+    mime->setData(QStringLiteral("image/png"), png);
+    QByteArray tiff;
+    QBuffer buffer(&tiff);
+    buffer.open(QIODevice::WriteOnly);
+    if (QImageWriter(&buffer, "tiff").write(pixels))
+        mime->setData(QStringLiteral("image/tiff"), tiff);
+    QGuiApplication::clipboard()->setMimeData(mime);
 }
 
 void PlanetModel::loadImage(const render::Image& image, const QString& name) {

@@ -225,10 +225,24 @@ public:
     std::optional<render::Image> outputImage(double side);
     const render::RenderContext& context() const { return m_context; }
 
-    // Intake
+    // Intake and output
     /// Installs a new picture and starts a fresh document: layers, selection and
     /// history are emptied, settings stay, then the preview is rendered.
     void loadImage(const render::Image& image, const QString& name);
+    /// Decodes a file and loads it under its base name ("beach.jpg" gives "beach").
+    /// A file that does not decode changes nothing; the reason comes back as text.
+    QString loadImageFile(const QString& path);
+    /// Loads the clipboard's picture as "Pasted": PNG data first, then TIFF data, then
+    /// an image object. False, with nothing changed, when there is none.
+    bool pasteFromClipboard();
+    /// The source's base name (or "Planet") followed by "-velmora.png".
+    QString defaultExportFileName() const;
+    /// Renders at outputSize and writes an 8-bit RGBA PNG tagged sRGB, atomically: a
+    /// failure leaves no partial file and any existing file intact. Returns what went
+    /// wrong, empty on success; the window ignores it, the command line prints it.
+    QString exportPNG(const QString& path);
+    /// Renders at outputSize and puts the picture on the clipboard as PNG and TIFF.
+    void copyToClipboard();
 
 Q_SIGNALS:
     void sourceNameChanged();

@@ -7,6 +7,21 @@
 #include <algorithm>
 #include <cstdlib>
 
+namespace {
+
+// CRC-32 as PNG uses it (reflected 0xEDB88320), kept tiny for crafting test files.
+unsigned long crc32Of(const QByteArray& bytes) {
+    unsigned long crc = 0xffffffffUL;
+    for (const char byte : bytes) {
+        crc ^= static_cast<unsigned char>(byte);
+        for (int k = 0; k < 8; ++k)
+            crc = (crc >> 1) ^ (0xedb88320UL & (0UL - (crc & 1UL)));
+    }
+    return crc ^ 0xffffffffUL;
+}
+
+} // namespace
+
 namespace velmora::test {
 
 QString buildResources() {
@@ -33,6 +48,30 @@ QImage testPanorama(int width, int height) {
         }
     }
     return image;
+}
+
+QByteArray pngHeaderOnly(quint32 width, quint32 height) {
+    QByteArray png("\x89PNG\r\n\x1a\n", 8);
+    const auto chunk = [&](const char* type, const QByteArray& data) {
+        QByteArray body = QByteArray(type, 4) + data;
+        const quint32 crc = static_cast<quint32>(crc32Of(body));
+        QByteArray out;
+        out.append(static_cast<char>(data.size() >> 24))
+            .append(static_cast<char>(data.size() >> 16));
+        out.append(static_cast<char>(data.size() >> 8)).append(static_cast<char>(data.size()));
+        out += body;
+        for (int shift = 24; shift >= 0; shift -= 8)
+            out.append(static_cast<char>(crc >> shift));
+        png += out;
+    };
+    QByteArray ihdr;
+    for (const quint32 v : {width, height})
+        for (int shift = 24; shift >= 0; shift -= 8)
+            ihdr.append(static_cast<char>(v >> shift));
+    ihdr.append("\x08\x06\x00\x00\x00", 5);
+    chunk("IHDR", ihdr);
+    chunk("IEND", {});
+    return png;
 }
 
 int channelDistance(QColor a, QColor b) {

@@ -35,6 +35,9 @@ inline const QColor zenithColour{255, 220, 0};
 inline const QColor skyColour{90, 160, 230};
 inline const QColor nadirColour{220, 0, 200};
 
+/// A PNG file whose header claims `width` x `height` pixels but holds no pixel data.
+QByteArray pngHeaderOnly(quint32 width, quint32 height);
+
 /// Largest per-channel difference, in 8-bit code values.
 int channelDistance(QColor a, QColor b);
 

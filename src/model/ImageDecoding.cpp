@@ -1,0 +1,71 @@
+#include "model/ImageDecoding.h"
+
+#include <QBuffer>
+#include <QFileInfo>
+#include <QImageReader>
+
+namespace velmora {
+
+namespace {
+
+// Qt refuses images over 128 MiB by default, which rejects ordinary 360 degree
+// panoramas: a 12000 x 6000 photo needs 288 MiB. We accept up to 200 megapixels at
+// 16 bits per channel (1.6 GB), which covers the largest stitched panoramas people
+// shoot, while a file whose header claims something absurd still fails cleanly.
+constexpr int allocationLimitMiB = 1600;
+
+DecodedImage decode(QImageReader& reader, const QString& what) {
+    raiseImageAllocationLimit();
+    // The picture as the file holds it: no EXIF rotation, no colour conversion.
+    reader.setAutoTransform(false);
+    QImage image = reader.read();
+    if (image.isNull()) {
+        const QString reason = reader.errorString();
+        return {{}, QStringLiteral("%1: cannot decode the picture (%2)").arg(what, reason)};
+    }
+    return {render::Image::fromQImage(std::move(image)), {}};
+}
+
+} // namespace
+
+void raiseImageAllocationLimit() {
+    if (QImageReader::allocationLimit() < allocationLimitMiB)
+        QImageReader::setAllocationLimit(allocationLimitMiB);
+}
+
+DecodedImage decodeImageFile(const QString& path) {
+    const QFileInfo info(path);
+    if (!info.exists())
+        return {{}, QStringLiteral("%1: no such file").arg(path)};
+    if (info.isDir())
+        return {{}, QStringLiteral("%1: is a folder, not a picture").arg(path)};
+    if (!info.isReadable())
+        return {{}, QStringLiteral("%1: cannot be read (permission denied)").arg(path)};
+    if (info.size() == 0)
+        return {{}, QStringLiteral("%1: the file is empty").arg(path)};
+    QImageReader reader(path);
+    // Decide by content, not by name: a text file called .png must fail as such.
+    reader.setDecideFormatFromContent(true);
+    return decode(reader, path);
+}
+
+DecodedImage decodeImageData(const QByteArray& data, const QByteArray& format) {
+    if (data.isEmpty())
+        return {{}, QStringLiteral("no picture data")};
+    QBuffer buffer;
+    buffer.setData(data);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer, format);
+    reader.setDecideFormatFromContent(format.isEmpty());
+    return decode(reader, QStringLiteral("picture data"));
+}
+
+QStringList readableImageSuffixes() {
+    QStringList suffixes;
+    for (const QByteArray& format : QImageReader::supportedImageFormats())
+        suffixes.append(QString::fromLatin1(format).toLower());
+    suffixes.removeDuplicates();
+    return suffixes;
+}
+
+} // namespace velmora

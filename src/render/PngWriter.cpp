@@ -1,0 +1,295 @@
+#include "render/PngWriter.h"
+
+#include <QBuffer>
+#include <QtEndian>
+
+#include <isa-l/crc.h>
+#include <isa-l/igzip_lib.h>
+#include <oneapi/tbb/parallel_pipeline.h>
+#include <oneapi/tbb/task_arena.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <vector>
+
+namespace velmora::render {
+
+namespace {
+
+constexpr int bytesPerPixel = 4;
+
+uint32_t crc32(uint32_t running, const uchar* data, size_t length) {
+    return crc32_gzip_refl(running, data, length);
+}
+
+/// PNG's Paeth predictor.
+inline uchar paeth(int a, int b, int c) {
+    const int p = a + b - c;
+    const int pa = std::abs(p - a);
+    const int pb = std::abs(p - b);
+    const int pc = std::abs(p - c);
+    if (pa <= pb && pa <= pc)
+        return static_cast<uchar>(a);
+    return static_cast<uchar>(pb <= pc ? b : c);
+}
+
+/// Filters one row into `out` (filter-type byte, then the row). `prev` is the row
+/// above, or null for the first row.
+void filterRow(PngEncoding::Filter filter, const uchar* row, const uchar* prev, int length,
+               uchar* out) {
+    static const std::vector<uchar> zeros(1 << 16, 0);
+    std::vector<uchar> blank;
+    if (!prev) {
+        if (static_cast<size_t>(length) > zeros.size()) {
+            blank.assign(static_cast<size_t>(length), 0);
+            prev = blank.data();
+        } else {
+            prev = zeros.data();
+        }
+    }
+    uchar* data = out + 1;
+    const auto left = [&](int i) { return i >= bytesPerPixel ? row[i - bytesPerPixel] : 0; };
+    const auto upLeft = [&](int i) { return i >= bytesPerPixel ? prev[i - bytesPerPixel] : 0; };
+    switch (filter) {
+    case PngEncoding::Filter::none:
+        out[0] = 0;
+        std::copy(row, row + length, data);
+        return;
+    case PngEncoding::Filter::sub:
+        out[0] = 1;
+        for (int i = 0; i < length; ++i)
+            data[i] = static_cast<uchar>(row[i] - left(i));
+        return;
+    case PngEncoding::Filter::up:
+        out[0] = 2;
+        for (int i = 0; i < length; ++i)
+            data[i] = static_cast<uchar>(row[i] - prev[i]);
+        return;
+    case PngEncoding::Filter::average:
+        out[0] = 3;
+        for (int i = 0; i < length; ++i)
+            data[i] = static_cast<uchar>(row[i] - ((left(i) + prev[i]) >> 1));
+        return;
+    case PngEncoding::Filter::paeth:
+        out[0] = 4;
+        for (int i = 0; i < length; ++i)
+            data[i] = static_cast<uchar>(row[i] - paeth(left(i), prev[i], upLeft(i)));
+        return;
+    case PngEncoding::Filter::adaptive: {
+        // Try each filter; keep the one whose bytes, read as signed, sum smallest.
+        std::vector<uchar> trial(static_cast<size_t>(length) + 1);
+        long best = -1;
+        for (const auto f :
+             {PngEncoding::Filter::none, PngEncoding::Filter::sub, PngEncoding::Filter::up,
+              PngEncoding::Filter::average, PngEncoding::Filter::paeth}) {
+            filterRow(f, row, prev, length, trial.data());
+            long sum = 0;
+            for (int i = 1; i <= length; ++i)
+                sum += std::abs(static_cast<signed char>(trial[static_cast<size_t>(i)]));
+            if (best < 0 || sum < best) {
+                best = sum;
+                std::copy(trial.begin(), trial.end(), out);
+            }
+        }
+        return;
+    }
+    }
+}
+
+/// One strip on its way through the pipeline.
+struct Strip {
+    int firstRow = 0;
+    int rowCount = 0;
+    std::vector<uchar> filtered;
+    std::vector<uchar> compressed;
+};
+
+class ChunkWriter {
+public:
+    explicit ChunkWriter(QIODevice& device)
+        : m_device(device) {}
+
+    void chunk(const char type[4], const uchar* data, size_t length) {
+        uchar header[8];
+        qToBigEndian<quint32>(static_cast<quint32>(length), header);
+        std::copy(type, type + 4, header + 4);
+        uint32_t crc = crc32(0, header + 4, 4);
+        crc = crc32(crc, data, length);
+        uchar trailer[4];
+        qToBigEndian<quint32>(crc, trailer);
+        write(header, 8);
+        write(data, length);
+        write(trailer, 4);
+    }
+
+    void write(const uchar* data, size_t length) {
+        if (m_failed || length == 0)
+            return;
+        if (m_device.write(reinterpret_cast<const char*>(data), static_cast<qint64>(length)) !=
+            static_cast<qint64>(length))
+            m_failed = true;
+    }
+
+    bool failed() const { return m_failed; }
+
+private:
+    QIODevice& m_device;
+    bool m_failed = false;
+};
+
+/// Deflates one strip as part of a single stream: every strip but the last ends in a
+/// sync flush, so the pieces concatenate.
+void deflateStrip(Strip& strip, int level, bool last) {
+    isal_zstream stream;
+    isal_deflate_init(&stream);
+    static constexpr std::array<uint32_t, 4> levelBuffers = {
+        0, ISAL_DEF_LVL1_DEFAULT, ISAL_DEF_LVL2_DEFAULT, ISAL_DEF_LVL3_DEFAULT};
+    level = std::clamp(level, 0, 3);
+    std::vector<uint8_t> levelBuffer(levelBuffers[static_cast<size_t>(level)]);
+    stream.level = static_cast<uint32_t>(level);
+    stream.level_buf = levelBuffer.empty() ? nullptr : levelBuffer.data();
+    stream.level_buf_size = static_cast<uint32_t>(levelBuffer.size());
+    stream.gzip_flag = IGZIP_DEFLATE;
+    stream.flush = SYNC_FLUSH;
+    stream.end_of_stream = last ? 1 : 0;
+    stream.next_in = strip.filtered.data();
+    stream.avail_in = static_cast<uint32_t>(strip.filtered.size());
+
+    strip.compressed.resize(strip.filtered.size() + strip.filtered.size() / 8 + 1024);
+    size_t produced = 0;
+    for (;;) {
+        stream.next_out = strip.compressed.data() + produced;
+        stream.avail_out = static_cast<uint32_t>(strip.compressed.size() - produced);
+        isal_deflate(&stream);
+        produced = strip.compressed.size() - stream.avail_out;
+        const bool done =
+            stream.avail_in == 0 && (last ? stream.internal_state.state == ZSTATE_END
+                                          : stream.internal_state.state == ZSTATE_NEW_HDR);
+        if (done)
+            break;
+        strip.compressed.resize(strip.compressed.size() * 2);
+    }
+    strip.compressed.resize(produced);
+}
+
+void writeHeader(ChunkWriter& out, int width, int height) {
+    static const uchar signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
+    out.write(signature, sizeof signature);
+
+    uchar ihdr[13];
+    qToBigEndian<quint32>(static_cast<quint32>(width), ihdr);
+    qToBigEndian<quint32>(static_cast<quint32>(height), ihdr + 4);
+    ihdr[8] = 8;  // bits per channel
+    ihdr[9] = 6;  // truecolour with alpha
+    ihdr[10] = 0; // deflate
+    ihdr[11] = 0; // adaptive filtering
+    ihdr[12] = 0; // not interlaced
+    out.chunk("IHDR", ihdr, sizeof ihdr);
+
+    const uchar srgb[1] = {0}; // perceptual rendering intent
+    out.chunk("sRGB", srgb, 1);
+    uchar gama[4];
+    qToBigEndian<quint32>(45455, gama);
+    out.chunk("gAMA", gama, 4);
+    // sRGB primaries and D65 white, times 100000.
+    static const quint32 chrmValues[8] = {31270, 32900, 64000, 33000, 30000, 60000, 15000, 6000};
+    uchar chrm[32];
+    for (int i = 0; i < 8; ++i)
+        qToBigEndian<quint32>(chrmValues[i], chrm + 4 * i);
+    out.chunk("cHRM", chrm, sizeof chrm);
+}
+
+} // namespace
+
+bool writePng(const QImage& source, QIODevice& device, const PngEncoding& encoding,
+              QString* error) {
+    const QImage image = source.format() == QImage::Format_RGBA8888
+                             ? source
+                             : source.convertToFormat(QImage::Format_RGBA8888);
+    if (image.isNull()) {
+        if (error)
+            *error = QStringLiteral("nothing to write");
+        return false;
+    }
+    const int width = image.width();
+    const int height = image.height();
+    const int rowBytes = width * bytesPerPixel;
+    const int rowsPerStrip = std::max(1, encoding.rowsPerStrip);
+    const int strips = (height + rowsPerStrip - 1) / rowsPerStrip;
+
+    ChunkWriter out(device);
+    writeHeader(out, width, height);
+
+    // The zlib stream: a header, the strips' deflate data, the Adler-32 of everything.
+    const uchar zlibHeader[2] = {0x78, 0x01};
+    uint32_t adler = 1;
+    bool headerWritten = false;
+
+    int next = 0;
+    tbb::parallel_pipeline(
+        static_cast<size_t>(2 * tbb::this_task_arena::max_concurrency()),
+        tbb::make_filter<void, std::shared_ptr<Strip>>(
+            tbb::filter_mode::serial_in_order,
+            [&](tbb::flow_control& control) -> std::shared_ptr<Strip> {
+                if (next >= strips || out.failed()) {
+                    control.stop();
+                    return nullptr;
+                }
+                auto strip = std::make_shared<Strip>();
+                strip->firstRow = next * rowsPerStrip;
+                strip->rowCount = std::min(rowsPerStrip, height - strip->firstRow);
+                ++next;
+                return strip;
+            }) &
+            tbb::make_filter<std::shared_ptr<Strip>, std::shared_ptr<Strip>>(
+                tbb::filter_mode::parallel,
+                [&](std::shared_ptr<Strip> strip) {
+                    strip->filtered.resize(static_cast<size_t>(strip->rowCount) * (rowBytes + 1));
+                    for (int r = 0; r < strip->rowCount; ++r) {
+                        const int y = strip->firstRow + r;
+                        filterRow(encoding.filter, image.constScanLine(y),
+                                  y > 0 ? image.constScanLine(y - 1) : nullptr, rowBytes,
+                                  strip->filtered.data() + static_cast<size_t>(r) * (rowBytes + 1));
+                    }
+                    const bool last = strip->firstRow + strip->rowCount >= height;
+                    deflateStrip(*strip, encoding.level, last);
+                    return strip;
+                }) &
+            tbb::make_filter<std::shared_ptr<Strip>, void>(
+                tbb::filter_mode::serial_in_order, [&](std::shared_ptr<Strip> strip) {
+                    adler = isal_adler32(adler, strip->filtered.data(), strip->filtered.size());
+                    std::vector<uchar>& data = strip->compressed;
+                    if (!headerWritten) {
+                        data.insert(data.begin(), zlibHeader, zlibHeader + 2);
+                        headerWritten = true;
+                    }
+                    if (strip->firstRow + strip->rowCount >= height) {
+                        uchar tail[4];
+                        qToBigEndian<quint32>(adler, tail);
+                        data.insert(data.end(), tail, tail + 4);
+                    }
+                    out.chunk("IDAT", data.data(), data.size());
+                }));
+
+    out.chunk("IEND", nullptr, 0);
+    if (out.failed()) {
+        if (error)
+            *error = device.errorString().isEmpty() ? QStringLiteral("write failed")
+                                                    : device.errorString();
+        return false;
+    }
+    return true;
+}
+
+QByteArray encodePng(const QImage& image, const PngEncoding& encoding) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    if (!writePng(image, buffer, encoding))
+        return {};
+    return bytes;
+}
+
+} // namespace velmora::render

@@ -1,0 +1,251 @@
+#include "model/ImageDecoding.h"
+#include "model/PlanetModel.h"
+#include "render/PngWriter.h"
+#include "render/SourcePixels.h"
+#include "support/TestSupport.h"
+
+#include <QBuffer>
+#include <QClipboard>
+#include <QColorSpace>
+#include <QFile>
+#include <QGuiApplication>
+#include <QImageReader>
+#include <QImageWriter>
+#include <QMimeData>
+#include <QRandomGenerator>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+using namespace velmora;
+
+namespace {
+
+class IntakeTest : public ::testing::Test {
+protected:
+    IntakeTest() {
+        resources.addPng(QStringLiteral("Layers/Stickers/block.png"), {400, 200},
+                         QColor(255, 0, 0));
+        model = std::make_unique<PlanetModel>(resources.path());
+        picture = files.file(QStringLiteral("beach.jpg"));
+        test::testPanorama(800, 400).save(picture, "JPG");
+    }
+
+    QByteArray pngOf(const QImage& image) {
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "PNG");
+        return bytes;
+    }
+
+    test::SampleResources resources;
+    test::TempTree files;
+    std::unique_ptr<PlanetModel> model;
+    QString picture;
+};
+
+} // namespace
+
+TEST_F(IntakeTest, LoadingAFileNamesTheDocumentAfterItAndStartsAfresh) {
+    EXPECT_EQ(model->defaultExportFileName(), QStringLiteral("Planet-velmora.png"));
+    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    EXPECT_EQ(model->sourceName(), QStringLiteral("beach"));
+    EXPECT_EQ(model->defaultExportFileName(), QStringLiteral("beach-velmora.png"));
+
+    model->recordHistory();
+    model->setTwist(1.5);
+    model->addLayer(QStringLiteral("Glows/orb.png"), {0.4, 0.4});
+    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    EXPECT_EQ(model->twist(), 1.5);
+    EXPECT_TRUE(model->layers().isEmpty());
+    EXPECT_TRUE(model->selectedLayerID().isNull());
+    EXPECT_FALSE(model->canUndo());
+    EXPECT_FALSE(model->canRedo());
+}
+
+TEST_F(IntakeTest, AFileThatDoesNotDecodeChangesNothing) {
+    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    model->addLayer(QStringLiteral("Glows/orb.png"), {0.4, 0.4});
+    const auto state = model->snapshot();
+    const QImage preview = model->previewImage();
+    const int renders = model->previewRefreshCount();
+
+    const QString bad[] = {
+        files.addFile(QStringLiteral("torn.jpg"), QByteArray("\xff\xd8\xff\xe0 truncated", 14)),
+        files.addFile(QStringLiteral("empty.png"), QByteArray()),
+        files.addFile(QStringLiteral("notes.png"), "just some text, not a picture\n"),
+        files.addFile(QStringLiteral("huge.png"), test::pngHeaderOnly(100000, 100000)),
+        files.file(QStringLiteral("missing.png")),
+        files.addDir(QStringLiteral("folder.png")),
+    };
+    for (const QString& path : bad) {
+        const QString error = model->loadImageFile(path);
+        EXPECT_FALSE(error.isEmpty()) << path;
+        EXPECT_TRUE(error.contains(path)) << error; // every message names its file
+    }
+    EXPECT_EQ(model->snapshot(), state);
+    EXPECT_EQ(model->sourceName(), QStringLiteral("beach"));
+    EXPECT_EQ(model->previewImage(), preview);
+    EXPECT_EQ(model->previewRefreshCount(), renders);
+    EXPECT_TRUE(model->canUndo());
+}
+
+TEST_F(IntakeTest, SixteenBitFilesStaySixteenBit) {
+    QImage deep(64, 32, QImage::Format_RGBA64);
+    deep.fill(QColor::fromRgba64(30000, 40000, 50000, 65535));
+    for (const char* format : {"png", "tiff"}) {
+        const QString path = files.file(QStringLiteral("deep.") + QString::fromLatin1(format));
+        ASSERT_TRUE(deep.save(path, format));
+        const DecodedImage decoded = decodeImageFile(path);
+        ASSERT_TRUE(decoded.ok()) << decoded.error;
+        ASSERT_NE(decoded.image.sourcePixels(), nullptr);
+        EXPECT_TRUE(decoded.image.sourcePixels()->isSixteenBit()) << format;
+    }
+    const QStringList suffixes = readableImageSuffixes();
+    for (const char* s : {"jpg", "jpeg", "png", "tif", "tiff", "webp", "bmp"})
+        EXPECT_TRUE(suffixes.contains(QString::fromLatin1(s))) << s;
+}
+
+TEST_F(IntakeTest, PastePrefersPngThenTiffThenAnImageObject) {
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    const QImage wide = test::testPanorama(300, 100); // distinct sizes tell them apart
+    const QImage square = test::testPanorama(120, 120);
+    QByteArray tiff;
+    {
+        QBuffer buffer(&tiff);
+        buffer.open(QIODevice::WriteOnly);
+        ASSERT_TRUE(QImageWriter(&buffer, "tiff").write(square));
+    }
+
+    auto* both = new QMimeData;
+    both->setData(QStringLiteral("image/png"), pngOf(wide));
+    both->setData(QStringLiteral("image/tiff"), tiff);
+    clipboard->setMimeData(both);
+    ASSERT_TRUE(model->pasteFromClipboard());
+    EXPECT_EQ(model->sourceImage().extent().size(), QSizeF(300, 100));
+    EXPECT_EQ(model->sourceName(), QStringLiteral("Pasted"));
+    EXPECT_EQ(model->defaultExportFileName(), QStringLiteral("Pasted-velmora.png"));
+
+    auto* tiffOnly = new QMimeData;
+    tiffOnly->setData(QStringLiteral("image/tiff"), tiff);
+    clipboard->setMimeData(tiffOnly);
+    ASSERT_TRUE(model->pasteFromClipboard());
+    EXPECT_EQ(model->sourceImage().extent().size(), QSizeF(120, 120));
+
+    auto* brokenPngAndObject = new QMimeData;
+    brokenPngAndObject->setData(QStringLiteral("image/png"), "not png at all");
+    brokenPngAndObject->setImageData(test::testPanorama(64, 32));
+    clipboard->setMimeData(brokenPngAndObject);
+    ASSERT_TRUE(model->pasteFromClipboard());
+    EXPECT_EQ(model->sourceImage().extent().size(), QSizeF(64, 32));
+
+    auto* text = new QMimeData;
+    text->setText(QStringLiteral("no picture here"));
+    clipboard->setMimeData(text);
+    EXPECT_FALSE(model->pasteFromClipboard());
+    EXPECT_EQ(model->sourceImage().extent().size(), QSizeF(64, 32));
+}
+
+TEST_F(IntakeTest, ExportWritesAnSrgbRgbaPngWithItsLayers) {
+    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    model->addLayer(QStringLiteral("Stickers/block.png"), {0.5, 0.5});
+    model->setOutputSize(4096);
+    const QString out = files.file(QStringLiteral("planet.png"));
+    ASSERT_EQ(model->exportPNG(out), QString());
+
+    QFile file(out);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray bytes = file.readAll();
+    // IHDR: 4096 x 4096, 8 bits, colour type 6 (RGBA); an sRGB chunk follows.
+    EXPECT_EQ(bytes.mid(12, 4), QByteArray("IHDR"));
+    EXPECT_EQ(static_cast<uchar>(bytes[24]), 8);
+    EXPECT_EQ(static_cast<uchar>(bytes[25]), 6);
+    EXPECT_TRUE(bytes.contains("sRGB"));
+
+    QImageReader reader(out);
+    const QImage image = reader.read();
+    ASSERT_EQ(image.size(), QSize(4096, 4096));
+    EXPECT_TRUE(image.hasAlphaChannel());
+    EXPECT_EQ(image.colorSpace(), QColorSpace(QColorSpace::SRgb));
+    EXPECT_LE(test::channelDistance(image.pixelColor(2048, 2048), QColor(255, 0, 0)), 1);
+    EXPECT_LE(test::channelDistance(image.pixelColor(2048 + 500, 2048), QColor(255, 0, 0)), 1);
+    EXPECT_GT(test::channelDistance(image.pixelColor(2048 + 530, 2048), QColor(255, 0, 0)), 20);
+}
+
+TEST_F(IntakeTest, AFailedExportLeavesAnExistingFileIntact) {
+    const QString out = files.addFile(QStringLiteral("keep.png"), "previous export");
+    EXPECT_FALSE(model->exportPNG(out).isEmpty()); // nothing loaded yet
+    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    model->setOutputSize(200000); // far beyond memory: the render itself fails
+    EXPECT_FALSE(model->exportPNG(out).isEmpty());
+    EXPECT_FALSE(model->exportPNG(files.file(QStringLiteral("no/such/folder/x.png"))).isEmpty());
+    QFile file(out);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("previous export"));
+    EXPECT_EQ(files.file(QStringLiteral("keep.png")), out);
+}
+
+TEST_F(IntakeTest, CopyPutsPngAndTiffOnTheClipboard) {
+    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    model->setOutputSize(256);
+    model->copyToClipboard();
+    const QMimeData* mime = QGuiApplication::clipboard()->mimeData();
+    ASSERT_NE(mime, nullptr);
+    const QImage png = QImage::fromData(mime->data(QStringLiteral("image/png")), "PNG");
+    EXPECT_EQ(png.size(), QSize(256, 256));
+    EXPECT_EQ(QImage::fromData(mime->data(QStringLiteral("image/tiff")), "TIFF").size(),
+              QSize(256, 256));
+}
+
+// Every filter and level, strip boundaries included, decodes to the same pixels.
+TEST(PngWriter, RoundTripsExactlyWithEveryFilterAndLevel) {
+    QRandomGenerator rng(7);
+    for (const QSize size : {QSize(1, 1), QSize(3, 70), QSize(129, 65), QSize(300, 1)}) {
+        QImage image(size, QImage::Format_RGBA8888);
+        for (int y = 0; y < size.height(); ++y) {
+            uchar* line = image.scanLine(y);
+            for (int i = 0; i < size.width() * 4; ++i) // smooth with noise, like photos
+                line[i] = static_cast<uchar>((y * 3 + i / 4 * 2 + rng.bounded(9)) & 0xff);
+        }
+        using F = render::PngEncoding::Filter;
+        for (const F filter : {F::none, F::sub, F::up, F::average, F::paeth, F::adaptive}) {
+            for (int level = 0; level <= 3; ++level) {
+                render::PngEncoding encoding;
+                encoding.filter = filter;
+                encoding.level = level;
+                encoding.rowsPerStrip = 16;
+                const QByteArray png = render::encodePng(image, encoding);
+                const QImage back =
+                    QImage::fromData(png, "PNG").convertToFormat(QImage::Format_RGBA8888);
+                ASSERT_EQ(back.size(), image.size());
+                for (int y = 0; y < size.height(); ++y) {
+                    ASSERT_EQ(std::memcmp(back.constScanLine(y), image.constScanLine(y),
+                                          static_cast<size_t>(size.width()) * 4),
+                              0)
+                        << size.width() << "x" << size.height() << " filter "
+                        << static_cast<int>(filter) << " level " << level << " row " << y;
+                }
+            }
+        }
+    }
+}
+
+TEST(PngWriter, ReportsADeviceThatRefusesData) {
+    class Refusing : public QIODevice {
+    protected:
+        qint64 readData(char*, qint64) override { return -1; }
+        qint64 writeData(const char*, qint64 length) override {
+            m_written += length;
+            return m_written > 1000 ? -1 : length;
+        }
+
+    private:
+        qint64 m_written = 0;
+    } device;
+    device.open(QIODevice::WriteOnly);
+    QString error;
+    EXPECT_FALSE(render::writePng(test::testPanorama(200, 100), device, {}, &error));
+    EXPECT_FALSE(error.isEmpty());
+}

@@ -1,0 +1,465 @@
+#include "app/CommandLine.h"
+
+#include "layers/LayerLibrary.h"
+#include "model/ImageDecoding.h"
+#include "model/Resources.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+#include <cmath>
+#include <functional>
+
+namespace velmora::cli {
+
+namespace {
+
+using Preset = PlanetModel::Preset;
+
+/// The settings --name X can set, with the state field each one writes.
+const std::map<QString, double PlanetModel::PlanetState::*>& settingFields() {
+    using S = PlanetModel::PlanetState;
+    static const std::map<QString, double S::*> fields{
+        {QStringLiteral("zoom"), &S::zoom},
+        {QStringLiteral("rotate"), &S::rotationDegrees},
+        {QStringLiteral("flip-x"), &S::flipX},
+        {QStringLiteral("flip-y"), &S::flipY},
+        {QStringLiteral("shift-x"), &S::shiftX},
+        {QStringLiteral("shift-y"), &S::horizon},
+        {QStringLiteral("twist"), &S::twist},
+        {QStringLiteral("convexity"), &S::convexity},
+        {QStringLiteral("repeats"), &S::repeats},
+        {QStringLiteral("seam-blend"), &S::blendWidth},
+        {QStringLiteral("gamma"), &S::gamma},
+        {QStringLiteral("contrast"), &S::contrast},
+        {QStringLiteral("saturation"), &S::saturation},
+        {QStringLiteral("vignette"), &S::vignette},
+    };
+    return fields;
+}
+
+std::optional<double> finiteNumber(const QString& text) {
+    bool ok = false;
+    const double value = text.trimmed().toDouble(&ok);
+    if (!ok || !std::isfinite(value))
+        return std::nullopt;
+    return value;
+}
+
+std::optional<bool> yesNo(const QString& text) {
+    const QString t = text.toLower();
+    if (t == QLatin1String("yes") || t == QLatin1String("true") || t == QLatin1String("on") ||
+        t == QLatin1String("1"))
+        return true;
+    if (t == QLatin1String("no") || t == QLatin1String("false") || t == QLatin1String("off") ||
+        t == QLatin1String("0"))
+        return false;
+    return std::nullopt;
+}
+
+/// Walks the arguments; options take "--name value" or "--name=value".
+class ArgumentReader {
+public:
+    explicit ArgumentReader(const QStringList& arguments)
+        : m_args(arguments) {}
+    bool atEnd() const { return m_index >= m_args.size(); }
+    QString next() { return m_args.at(m_index++); }
+    /// The value of the option just read: after '=', or the next argument (which may
+    /// start with '-', as negative numbers do).
+    std::optional<QString> valueOf(const QString& inlineValue, bool hasInline) {
+        if (hasInline)
+            return inlineValue;
+        if (atEnd())
+            return std::nullopt;
+        return next();
+    }
+
+private:
+    const QStringList& m_args;
+    qsizetype m_index = 0;
+};
+
+Invocation withError(Invocation invocation, const QString& error) {
+    invocation.error = error;
+    return invocation;
+}
+
+Invocation parseRender(ArgumentReader& reader) {
+    Invocation inv;
+    inv.command = Invocation::Command::render;
+    RenderOptions& r = inv.render;
+    bool sawOutput = false;
+    bool optionsEnded = false;
+    while (!reader.atEnd()) {
+        const QString arg = reader.next();
+        if (optionsEnded || !arg.startsWith(QLatin1Char('-')) || arg == QLatin1String("-")) {
+            if (!r.input.isEmpty())
+                return withError(inv,
+                                 QStringLiteral("render takes one picture, but got '%1' and '%2'")
+                                     .arg(r.input, arg));
+            r.input = arg;
+            continue;
+        }
+        if (arg == QLatin1String("--")) {
+            optionsEnded = true;
+            continue;
+        }
+        const qsizetype eq = arg.indexOf(QLatin1Char('='));
+        const QString name = eq < 0 ? arg : arg.left(eq);
+        const QString inlineValue = eq < 0 ? QString() : arg.mid(eq + 1);
+        const bool hasInline = eq >= 0;
+        const auto value = [&]() { return reader.valueOf(inlineValue, hasInline); };
+        const auto missing = [&]() {
+            return withError(inv, QStringLiteral("%1 needs a value").arg(name));
+        };
+
+        if (name == QLatin1String("-h") || name == QLatin1String("--help")) {
+            inv.command = Invocation::Command::help;
+            return inv;
+        }
+        if (name == QLatin1String("-o") || name == QLatin1String("--output")) {
+            const auto v = value();
+            if (!v || v->isEmpty())
+                return missing();
+            r.output = *v;
+            sawOutput = true;
+        } else if (name == QLatin1String("--size")) {
+            const auto v = value();
+            if (!v)
+                return missing();
+            const auto n = finiteNumber(*v);
+            if (!n)
+                return withError(inv, QStringLiteral("--size: '%1' is not a number").arg(*v));
+            if (*n != std::floor(*n) || *n < 64 || *n > 16384)
+                return withError(
+                    inv,
+                    QStringLiteral("--size: %1 is not a whole number from 64 to 16384").arg(*v));
+            r.size = static_cast<int>(*n);
+        } else if (name == QLatin1String("--preset")) {
+            const auto v = value();
+            if (!v)
+                return missing();
+            r.preset = presetByName(*v);
+            if (!r.preset)
+                return withError(inv, QStringLiteral("--preset: unknown preset '%1' (classic, sky, "
+                                                     "horizontal, spiral, double)")
+                                          .arg(*v));
+        } else if (name == QLatin1String("--invert")) {
+            if (!hasInline) {
+                r.invert = true;
+            } else {
+                r.invert = yesNo(inlineValue);
+                if (!r.invert)
+                    return withError(
+                        inv, QStringLiteral("--invert: '%1' is not yes or no").arg(inlineValue));
+            }
+        } else if (name == QLatin1String("--layer")) {
+            const auto v = value();
+            if (!v)
+                return missing();
+            QString error;
+            const std::optional<LayerSpec> spec = parseLayerSpec(*v, &error);
+            if (!spec)
+                return withError(inv, QStringLiteral("--layer: ") + error);
+            r.layers.append(*spec);
+        } else if (name == QLatin1String("--resources")) {
+            const auto v = value();
+            if (!v || v->isEmpty())
+                return missing();
+            inv.resources = *v;
+        } else if (name.startsWith(QLatin1String("--")) && settingFields().count(name.mid(2))) {
+            const auto v = value();
+            if (!v)
+                return missing();
+            const auto n = finiteNumber(*v);
+            if (!n)
+                return withError(inv,
+                                 QStringLiteral("%1: '%2' is not a finite number").arg(name, *v));
+            r.settings[name.mid(2)] = *n;
+        } else {
+            return withError(
+                inv, QStringLiteral("unknown option '%1' (velmora --help lists them)").arg(name));
+        }
+    }
+    if (!sawOutput)
+        return withError(inv, QStringLiteral("render needs -o OUT.png"));
+    return inv;
+}
+
+} // namespace
+
+std::optional<PlanetModel::Preset> presetByName(const QString& name) {
+    static const std::map<QString, Preset> cases{{QStringLiteral("classic"), Preset::classic},
+                                                 {QStringLiteral("sky"), Preset::sky},
+                                                 {QStringLiteral("horizontal"), Preset::horizontal},
+                                                 {QStringLiteral("spiral"), Preset::spiral},
+                                                 {QStringLiteral("double"), Preset::double_}};
+    if (const auto found = cases.find(name); found != cases.end())
+        return found->second;
+    return PlanetModel::presetFromTitle(name);
+}
+
+std::optional<LayerSpec> parseLayerSpec(const QString& text, QString* error) {
+    const auto fail = [&](const QString& why) -> std::optional<LayerSpec> {
+        if (error)
+            *error = why;
+        return std::nullopt;
+    };
+    LayerSpec spec;
+    QString rest = text;
+
+    // Options come after the last ':' when that part reads as options; asset ids
+    // themselves rarely hold ':' but may.
+    static const QStringList keys{QStringLiteral("scale"), QStringLiteral("rotation"),
+                                  QStringLiteral("opacity"), QStringLiteral("blend")};
+    const qsizetype colon = rest.lastIndexOf(QLatin1Char(':'));
+    if (colon >= 0) {
+        const QString options = rest.mid(colon + 1);
+        const QStringList items = options.split(QLatin1Char(','));
+        const bool looksLikeOptions =
+            std::all_of(items.begin(), items.end(), [](const QString& item) {
+                const QString key = item.section(QLatin1Char('='), 0, 0).trimmed();
+                return item.contains(QLatin1Char('=')) || key == QLatin1String("flip") ||
+                       keys.contains(key);
+            });
+        if (looksLikeOptions) {
+            rest = rest.left(colon);
+            for (const QString& item : items) {
+                const QString key = item.section(QLatin1Char('='), 0, 0).trimmed();
+                const QString val = item.section(QLatin1Char('='), 1).trimmed();
+                if (key == QLatin1String("flip") && !item.contains(QLatin1Char('='))) {
+                    spec.flip = true;
+                } else if (key == QLatin1String("blend")) {
+                    spec.blend = layerBlendModeFromRaw(val);
+                    if (!spec.blend)
+                        return fail(
+                            QStringLiteral("unknown blend mode '%1' (normal, screen, multiply)")
+                                .arg(val));
+                } else if (keys.contains(key)) {
+                    const auto n = finiteNumber(val);
+                    if (!n)
+                        return fail(
+                            QStringLiteral("%1: '%2' is not a finite number").arg(key, val));
+                    (key == QLatin1String("scale")      ? spec.scale
+                     : key == QLatin1String("rotation") ? spec.rotation
+                                                        : spec.opacity) = *n;
+                } else {
+                    return fail(
+                        QStringLiteral("unknown key '%1' (scale, rotation, opacity, blend, flip)")
+                            .arg(key));
+                }
+            }
+        }
+    }
+
+    // A point after the last '@': "@X,Y".
+    const qsizetype at = rest.lastIndexOf(QLatin1Char('@'));
+    if (at >= 0) {
+        const QStringList xy = rest.mid(at + 1).split(QLatin1Char(','));
+        const auto x = xy.size() == 2 ? finiteNumber(xy[0]) : std::nullopt;
+        const auto y = xy.size() == 2 ? finiteNumber(xy[1]) : std::nullopt;
+        if (!x || !y)
+            return fail(QStringLiteral("'%1' is not a point X,Y").arg(rest.mid(at + 1)));
+        spec.at = {*x, *y};
+        rest = rest.left(at);
+    }
+    if (rest.isEmpty())
+        return fail(QStringLiteral("'%1' names no asset").arg(text));
+    spec.assetID = rest;
+    return spec;
+}
+
+Invocation parse(const QStringList& arguments) {
+    ArgumentReader reader(arguments);
+    Invocation inv;
+    if (reader.atEnd())
+        return inv;
+    const QString first = arguments.front();
+    if (first == QLatin1String("render")) {
+        reader.next();
+        return parseRender(reader);
+    }
+    if (first == QLatin1String("-h") || first == QLatin1String("--help") ||
+        first == QLatin1String("help")) {
+        inv.command = Invocation::Command::help;
+        return inv;
+    }
+    if (first == QLatin1String("--version")) {
+        inv.command = Invocation::Command::version;
+        return inv;
+    }
+    inv.command = first == QLatin1String("layers") ? Invocation::Command::layers
+                                                   : Invocation::Command::window;
+    if (inv.command == Invocation::Command::layers)
+        reader.next();
+    while (!reader.atEnd()) {
+        const QString arg = reader.next();
+        const qsizetype eq = arg.indexOf(QLatin1Char('='));
+        const QString name = eq < 0 ? arg : arg.left(eq);
+        if (name == QLatin1String("--resources")) {
+            const auto v = reader.valueOf(arg.mid(eq + 1), eq >= 0);
+            if (!v || v->isEmpty())
+                return withError(inv, QStringLiteral("--resources needs a value"));
+            inv.resources = *v;
+        } else if (arg.startsWith(QLatin1Char('-'))) {
+            return withError(
+                inv, QStringLiteral("unknown option '%1' (velmora --help lists them)").arg(name));
+        } else if (inv.command == Invocation::Command::window && inv.image.isEmpty()) {
+            inv.image = arg;
+        } else {
+            return withError(inv, QStringLiteral("unexpected argument '%1'").arg(arg));
+        }
+    }
+    return inv;
+}
+
+bool needsDisplay(const QStringList& arguments) {
+    return parse(arguments).command == Invocation::Command::window;
+}
+
+QString versionText() {
+    return QStringLiteral("velmora %1").arg(QStringLiteral(VELMORA_VERSION));
+}
+
+QString helpText() {
+    return QStringLiteral(R"(Velmora - tiny planet photo studio
+
+Usage:
+  velmora [IMAGE]                          open the window; load IMAGE if given
+  velmora render [IMAGE] -o OUT.png [options]
+  velmora layers                           list the artwork catalogue
+  velmora --help | --version
+
+render turns IMAGE (by default the sample panorama that ships with Velmora)
+into a square tiny planet PNG, 8-bit RGBA, sRGB. Settings use the window's
+units; the range and default each slider has are given in brackets, but any
+finite number is accepted.
+
+  -o, --output FILE   where to write the PNG (required); written whole or not at all
+  --size N            side in pixels, 64 to 16384 [2048]
+  --preset NAME       classic, sky, horizontal, spiral, double, or a title such
+                      as "Sky World"; applied first, the settings below override it
+  --zoom X            planet size [0.2 to 4, 1]
+  --rotate DEGREES    turn, clockwise [-180 to 180, 0]
+  --flip-x X          tilt about the vertical axis [-1 to 1, 0]
+  --flip-y X          tilt about the horizontal axis [-1 to 1, 0]
+  --shift-x X         planet centre right (+) or left [-1 to 1, 0]
+  --shift-y X         planet centre up (+) or down [-1 to 1, 0]
+  --twist X           spiral [-5 to 5, 0]
+  --convexity X       bulge of the planet [-0.5 to 1, 0]
+  --repeats X         times the panorama goes round [1 to 10, 1]
+  --seam-blend X      cross-fade where the picture's ends meet [0 to 0.4, 0.12]
+  --invert[=yes|no]   sky in the middle
+  --gamma X           [0.5 to 2, 1]
+  --contrast X        [0.5 to 2, 1]
+  --saturation X      0 is black and white [0 to 2, 1]
+  --vignette X        darkening of the corners [0 to 1, 0]
+  --layer SPEC        artwork to place, bottom first; repeatable. SPEC is
+                      ASSET_ID[@X,Y][:key=value,...]: the point is where its
+                      centre goes (0,0 top-left to 1,1 bottom-right, default
+                      0.5,0.5); keys are scale (width as a fraction of the side,
+                      default 0.25), rotation (degrees clockwise), opacity (0 to 1),
+                      blend (normal, screen or multiply; glows, flares and
+                      overlays start in screen) and the flag flip. For example
+                      --layer "Glows/orb.png@0.5,0.2:scale=0.3,rotation=15"
+  --resources DIR     use DIR as the resources folder (render and layers)
+
+layers prints one line per artwork: its id, category and name, tab-separated.
+
+Exit status: 0 on success, 1 when a file cannot be read or written, 2 for a
+usage error.
+)");
+}
+
+int runLayers(const Invocation& invocation, QTextStream& out, QTextStream& err) {
+    if (!invocation.resources.isEmpty()) {
+        if (!QFileInfo(invocation.resources).isDir()) {
+            err << "velmora: " << invocation.resources << ": no such resources folder\n";
+            return failure;
+        }
+        setResourcesRoot(invocation.resources);
+    }
+    const LayerLibrary library(resourcesRoot());
+    for (const LayerAsset& asset : library.assets())
+        out << asset.id << '\t' << asset.category << '\t' << asset.name << '\n';
+    return success;
+}
+
+int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) {
+    (void)out;
+    const RenderOptions& r = invocation.render;
+    const auto fail = [&](const QString& message, int status) {
+        err << "velmora: " << message << '\n';
+        err.flush();
+        return status;
+    };
+    if (!invocation.resources.isEmpty()) {
+        if (!QFileInfo(invocation.resources).isDir())
+            return fail(invocation.resources + QStringLiteral(": no such resources folder"),
+                        failure);
+        setResourcesRoot(invocation.resources);
+    }
+    const QString root = resourcesRoot();
+
+    // Check the destination before spending seconds on a render.
+    const QFileInfo target(r.output);
+    if (target.isDir())
+        return fail(r.output + QStringLiteral(": is a folder"), failure);
+    const QFileInfo folder(target.absolutePath());
+    if (!folder.isDir())
+        return fail(r.output +
+                        QStringLiteral(": the folder %1 does not exist").arg(folder.filePath()),
+                    failure);
+    if (!folder.isWritable())
+        return fail(r.output +
+                        QStringLiteral(": the folder %1 is not writable").arg(folder.filePath()),
+                    failure);
+
+    const QString input =
+        r.input.isEmpty() ? root + QStringLiteral("/samples/panorama.jpg") : r.input;
+    if (r.input.isEmpty() && !QFileInfo(input).isFile())
+        return fail(QStringLiteral("no sample panorama at %1; give a picture to render").arg(input),
+                    failure);
+
+    PlanetModel model(root);
+    for (const LayerSpec& layer : r.layers) {
+        if (!model.library().asset(layer.assetID))
+            return fail(QStringLiteral("--layer: unknown asset '%1' (velmora layers lists them)")
+                            .arg(layer.assetID),
+                        usageError);
+    }
+
+    const DecodedImage decoded = decodeImageFile(input);
+    if (!decoded.ok())
+        return fail(decoded.error, failure);
+    model.loadImage(decoded.image, QFileInfo(input).completeBaseName());
+
+    if (r.preset)
+        model.applyPreset(*r.preset);
+    // All overrides as one batch: one preview render, not one per setting.
+    PlanetModel::PlanetState state = model.snapshot();
+    for (const auto& [name, value] : r.settings)
+        state.*settingFields().at(name) = value;
+    if (r.invert)
+        state.invert = *r.invert;
+    model.restore(state);
+
+    for (const LayerSpec& spec : r.layers) {
+        model.addLayer(spec.assetID, spec.at);
+        model.updateLayer(model.selectedLayerID(), [&](PlacedLayer& layer) {
+            layer.scale = spec.scale.value_or(layer.scale);
+            layer.rotation = spec.rotation.value_or(layer.rotation);
+            layer.opacity = spec.opacity.value_or(layer.opacity);
+            layer.blendMode = spec.blend.value_or(layer.blendMode);
+            layer.flipped = spec.flip;
+        });
+    }
+
+    model.setOutputSize(r.size);
+    const QString error = model.exportPNG(r.output);
+    if (!error.isEmpty())
+        return fail(error, failure);
+    return success;
+}
+
+} // namespace velmora::cli

@@ -1,0 +1,77 @@
+#pragma once
+
+#include "layers/LayerBlendMode.h"
+#include "layers/PlacedLayer.h"
+#include "model/PlanetModel.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QTextStream>
+
+#include <map>
+#include <optional>
+
+namespace velmora::cli {
+
+/// Exit statuses scripts rely on.
+enum ExitStatus { success = 0, failure = 1, usageError = 2 };
+
+/// One --layer: ASSET_ID[@X,Y][:key=value,...]. Unset fields keep the defaults a
+/// layer gets when it is added in the window.
+struct LayerSpec {
+    QString assetID;
+    NormalizedPoint at{0.5, 0.5};
+    std::optional<double> scale;
+    std::optional<double> rotation;
+    std::optional<double> opacity;
+    std::optional<LayerBlendMode> blend;
+    bool flip = false;
+};
+
+/// A setting the command line can override, by its option name ("zoom", "rotate",
+/// "shift-y", ...).
+using Settings = std::map<QString, double>;
+
+struct RenderOptions {
+    QString input; ///< empty: the shipped sample panorama
+    QString output;
+    int size = 2048;
+    std::optional<PlanetModel::Preset> preset;
+    Settings settings;
+    std::optional<bool> invert;
+    QList<LayerSpec> layers;
+};
+
+struct Invocation {
+    enum class Command { window, render, layers, help, version };
+    Command command = Command::window;
+    QString image;     ///< for the window: a picture to open
+    QString resources; ///< --resources DIR
+    RenderOptions render;
+    QString error; ///< a usage error, naming the option; empty when parsing succeeded
+};
+
+/// Parses the arguments after the program name. Never touches files.
+Invocation parse(const QStringList& arguments);
+
+/// Parses one --layer value, or says what is wrong with it.
+std::optional<LayerSpec> parseLayerSpec(const QString& spec, QString* error);
+
+/// The preset for a case name ("sky", "double") or a title ("Sky World").
+std::optional<PlanetModel::Preset> presetByName(const QString& name);
+
+QString helpText();
+QString versionText();
+
+/// Whether this invocation needs a window system (only the window does).
+bool needsDisplay(const QStringList& arguments);
+
+/// Runs `render`: the picture with its settings and layers to OUT. Messages go to
+/// `err`; nothing is written unless everything succeeds.
+int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err);
+
+/// Runs `layers`: one line per asset, "id<TAB>category<TAB>name", in library order.
+int runLayers(const Invocation& invocation, QTextStream& out, QTextStream& err);
+
+} // namespace velmora::cli

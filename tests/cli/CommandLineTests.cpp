@@ -1,0 +1,249 @@
+#include "app/CommandLine.h"
+#include "support/TestSupport.h"
+
+#include <QFile>
+#include <QImageReader>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+using namespace velmora;
+using cli::Invocation;
+
+namespace {
+
+QString errorOf(const QStringList& arguments) {
+    return cli::parse(arguments).error;
+}
+
+} // namespace
+
+TEST(CommandLineParsing, CommandsAndTheirDefaults) {
+    EXPECT_EQ(cli::parse({}).command, Invocation::Command::window);
+    const Invocation open = cli::parse({QStringLiteral("beach.jpg")});
+    EXPECT_EQ(open.command, Invocation::Command::window);
+    EXPECT_EQ(open.image, QStringLiteral("beach.jpg"));
+    EXPECT_EQ(cli::parse({QStringLiteral("--help")}).command, Invocation::Command::help);
+    EXPECT_EQ(cli::parse({QStringLiteral("--version")}).command, Invocation::Command::version);
+    EXPECT_EQ(
+        cli::parse({QStringLiteral("layers"), QStringLiteral("--resources"), QStringLiteral("/r")})
+            .resources,
+        QStringLiteral("/r"));
+
+    const Invocation render =
+        cli::parse({QStringLiteral("render"), QStringLiteral("-o"), QStringLiteral("out.png")});
+    ASSERT_TRUE(render.error.isEmpty()) << render.error;
+    EXPECT_EQ(render.render.size, 2048);
+    EXPECT_TRUE(render.render.input.isEmpty());
+    EXPECT_FALSE(render.render.preset.has_value());
+
+    EXPECT_FALSE(cli::needsDisplay(
+        {QStringLiteral("render"), QStringLiteral("-o"), QStringLiteral("x.png")}));
+    EXPECT_FALSE(cli::needsDisplay({QStringLiteral("layers")}));
+    EXPECT_FALSE(cli::needsDisplay({QStringLiteral("--help")}));
+    EXPECT_TRUE(cli::needsDisplay({QStringLiteral("beach.jpg")}));
+}
+
+TEST(CommandLineParsing, RenderOptionsInBothSpellings) {
+    const Invocation inv = cli::parse(
+        {QStringLiteral("render"), QStringLiteral("pano.jpg"), QStringLiteral("--output=o.png"),
+         QStringLiteral("--size"), QStringLiteral("4096"), QStringLiteral("--preset=Sky World"),
+         QStringLiteral("--rotate"), QStringLiteral("-30"), QStringLiteral("--shift-y=0.25"),
+         QStringLiteral("--invert=no"), QStringLiteral("--layer"),
+         QStringLiteral("Glows/orb.png")});
+    ASSERT_TRUE(inv.error.isEmpty()) << inv.error;
+    EXPECT_EQ(inv.render.input, QStringLiteral("pano.jpg"));
+    EXPECT_EQ(inv.render.output, QStringLiteral("o.png"));
+    EXPECT_EQ(inv.render.size, 4096);
+    EXPECT_EQ(inv.render.preset, PlanetModel::Preset::sky);
+    EXPECT_EQ(inv.render.settings.at(QStringLiteral("rotate")), -30.0);
+    EXPECT_EQ(inv.render.settings.at(QStringLiteral("shift-y")), 0.25);
+    EXPECT_EQ(inv.render.invert, false);
+    ASSERT_EQ(inv.render.layers.size(), 1);
+    EXPECT_EQ(cli::presetByName(QStringLiteral("double")), PlanetModel::Preset::double_);
+    EXPECT_EQ(cli::presetByName(QStringLiteral("Spiral Planet")), PlanetModel::Preset::spiral);
+    EXPECT_EQ(cli::presetByName(QStringLiteral("Sky")), std::nullopt);
+}
+
+TEST(CommandLineParsing, LayerSpecs) {
+    QString error;
+    const auto full = cli::parseLayerSpec(
+        QStringLiteral(
+            "Glows/orb.png@0.5,0.2:scale=0.3,rotation=15,opacity=0.5,blend=multiply,flip"),
+        &error);
+    ASSERT_TRUE(full.has_value()) << error;
+    EXPECT_EQ(full->assetID, QStringLiteral("Glows/orb.png"));
+    EXPECT_EQ(full->at, (NormalizedPoint{0.5, 0.2}));
+    EXPECT_EQ(full->scale, 0.3);
+    EXPECT_EQ(full->rotation, 15.0);
+    EXPECT_EQ(full->opacity, 0.5);
+    EXPECT_EQ(full->blend, LayerBlendMode::multiply);
+    EXPECT_TRUE(full->flip);
+
+    const auto plain = cli::parseLayerSpec(QStringLiteral("Lens Flares/streak wide.png"), &error);
+    ASSERT_TRUE(plain.has_value());
+    EXPECT_EQ(plain->assetID, QStringLiteral("Lens Flares/streak wide.png"));
+    EXPECT_EQ(plain->at, (NormalizedPoint{0.5, 0.5}));
+    EXPECT_FALSE(plain->scale.has_value());
+    EXPECT_FALSE(plain->blend.has_value());
+
+    for (const char* bad : {"Glows/orb.png:blend=Screen", "Glows/orb.png:size=2", "Glows/orb.png@1",
+                            "Glows/orb.png@a,b", "Glows/orb.png:scale=inf", "@0.5,0.5", ""}) {
+        EXPECT_FALSE(cli::parseLayerSpec(QString::fromLatin1(bad), &error).has_value()) << bad;
+        EXPECT_FALSE(error.isEmpty()) << bad;
+    }
+}
+
+TEST(CommandLineParsing, UsageErrorsNameTheOption) {
+    const QString r = QStringLiteral("render");
+    const QString o = QStringLiteral("-o");
+    const QString out = QStringLiteral("x.png");
+    const struct {
+        QStringList args;
+        const char* mentions;
+    } cases[] = {
+        {{r, o, out, QStringLiteral("--frobnicate")}, "--frobnicate"},
+        {{r, o, out, QStringLiteral("--zoom")}, "--zoom"},
+        {{r, o, out, QStringLiteral("--zoom"), QStringLiteral("big")}, "--zoom"},
+        {{r, o, out, QStringLiteral("--gamma=nan")}, "--gamma"},
+        {{r, o, out, QStringLiteral("--vignette"), QStringLiteral("inf")}, "--vignette"},
+        {{r, o, out, QStringLiteral("--size"), QStringLiteral("63")}, "--size"},
+        {{r, o, out, QStringLiteral("--size"), QStringLiteral("2048.5")}, "--size"},
+        {{r, o, out, QStringLiteral("--preset"), QStringLiteral("moon")}, "--preset"},
+        {{r, o, out, QStringLiteral("--layer"), QStringLiteral("a.png:blend=glow")}, "--layer"},
+        {{r, o, out, QStringLiteral("--invert=maybe")}, "--invert"},
+        {{r, QStringLiteral("a.jpg"), QStringLiteral("b.jpg"), o, out}, "b.jpg"},
+        {{r, QStringLiteral("a.jpg")}, "-o"},
+        {{r, o}, "-o"},
+        {{QStringLiteral("layers"), QStringLiteral("--size=3")}, "--size"},
+        {{QStringLiteral("a.jpg"), QStringLiteral("b.jpg")}, "b.jpg"},
+    };
+    for (const auto& c : cases) {
+        const QString error = errorOf(c.args);
+        EXPECT_TRUE(error.contains(QString::fromLatin1(c.mentions)))
+            << c.args.join(' ') << " -> " << error;
+    }
+}
+
+namespace {
+
+/// Runs the real program the way a script would: no display, no platform plugin.
+struct Outcome {
+    int status = -1;
+    QString out;
+    QString err;
+};
+
+Outcome runProgram(const QStringList& arguments) {
+    QProcess process;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.remove(QStringLiteral("DISPLAY"));
+    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    env.remove(QStringLiteral("VELMORA_RESOURCES"));
+    process.setProcessEnvironment(env);
+    process.start(QStringLiteral(VELMORA_BINARY), arguments);
+    process.waitForFinished(120000);
+    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
+            QString::fromLocal8Bit(process.readAllStandardOutput()),
+            QString::fromLocal8Bit(process.readAllStandardError())};
+}
+
+class CommandLineRun : public ::testing::Test {
+protected:
+    CommandLineRun() {
+        resources.addPng(QStringLiteral("Layers/Stickers/block.png"), {400, 200},
+                         QColor(255, 0, 0));
+        picture = files.file(QStringLiteral("pano.png"));
+        test::testPanorama(600, 300).save(picture);
+    }
+
+    QStringList render(const QStringList& extra) const {
+        return QStringList{QStringLiteral("render"), QStringLiteral("--resources"),
+                           resources.path()} +
+               extra;
+    }
+
+    test::SampleResources resources;
+    test::TempTree files;
+    QString picture;
+};
+
+} // namespace
+
+TEST_F(CommandLineRun, HelpVersionAndLayersNeedNoDisplay) {
+    const Outcome help = runProgram({QStringLiteral("--help")});
+    EXPECT_EQ(help.status, 0);
+    EXPECT_TRUE(help.out.contains(QStringLiteral("velmora render [IMAGE] -o OUT.png")));
+    const Outcome version = runProgram({QStringLiteral("--version")});
+    EXPECT_EQ(version.status, 0);
+    EXPECT_TRUE(version.out.startsWith(QStringLiteral("velmora ")));
+
+    const Outcome layers =
+        runProgram({QStringLiteral("layers"), QStringLiteral("--resources"), resources.path()});
+    EXPECT_EQ(layers.status, 0) << layers.err;
+    EXPECT_EQ(layers.out, QStringLiteral("Glows/orb.png\tGlows\torb\n"
+                                         "Stickers/block.png\tStickers\tblock\n"
+                                         "Stickers/moon.png\tStickers\tmoon\n"));
+}
+
+TEST_F(CommandLineRun, RendersASquarePngWithItsLayers) {
+    const QString out = files.file(QStringLiteral("planet.png"));
+    const Outcome run =
+        runProgram(render({picture, QStringLiteral("-o"), out, QStringLiteral("--size"),
+                           QStringLiteral("256"), QStringLiteral("--layer"),
+                           QStringLiteral("Stickers/block.png@0.5,0.5:scale=0.5,rotation=90")}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    const QImage image(out);
+    ASSERT_EQ(image.size(), QSize(256, 256));
+    // Turned a quarter: 64 wide, 128 tall, red.
+    EXPECT_LE(test::channelDistance(image.pixelColor(128, 70), QColor(255, 0, 0)), 1);
+    EXPECT_GT(test::channelDistance(image.pixelColor(170, 128), QColor(255, 0, 0)), 20);
+}
+
+TEST_F(CommandLineRun, FailuresNameTheFileExitOneAndWriteNothing) {
+    const QString out = files.addFile(QStringLiteral("keep.png"), "earlier result");
+    const QString inputs[] = {
+        files.addFile(QStringLiteral("torn.jpg"), QByteArray("\xff\xd8\xff\xe0 torn", 10)),
+        files.addFile(QStringLiteral("empty.png"), QByteArray()),
+        files.addFile(QStringLiteral("text.png"), "hello\n"),
+        files.addFile(QStringLiteral("huge.png"), test::pngHeaderOnly(100000, 100000)),
+        files.file(QStringLiteral("missing.jpg")),
+    };
+    for (const QString& input : inputs) {
+        const Outcome run = runProgram(render({input, QStringLiteral("-o"), out}));
+        EXPECT_EQ(run.status, 1) << input;
+        EXPECT_TRUE(run.err.contains(input)) << run.err;
+    }
+    const QString nowhere = files.file(QStringLiteral("no/such/dir/out.png"));
+    const Outcome unwritable = runProgram(render({picture, QStringLiteral("-o"), nowhere}));
+    EXPECT_EQ(unwritable.status, 1);
+    EXPECT_TRUE(unwritable.err.contains(nowhere)) << unwritable.err;
+
+    QFile kept(out);
+    ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
+    EXPECT_EQ(kept.readAll(), QByteArray("earlier result"));
+    EXPECT_FALSE(QFile::exists(nowhere));
+}
+
+TEST_F(CommandLineRun, UsageErrorsExitTwoBeforeTouchingAnything) {
+    const QString out = files.file(QStringLiteral("never.png"));
+    const QStringList bad[] = {
+        render(
+            {picture, QStringLiteral("-o"), out, QStringLiteral("--zoom"), QStringLiteral("nan")}),
+        render({picture, QStringLiteral("-o"), out, QStringLiteral("--preset"),
+                QStringLiteral("moon")}),
+        render({picture, QStringLiteral("-o"), out, QStringLiteral("--layer"),
+                QStringLiteral("Glows/none.png")}),
+        render({picture, QStringLiteral("-o"), out, QStringLiteral("--layer"),
+                QStringLiteral("Glows/orb.png:blend=glow")}),
+        render({picture, QStringLiteral("-o"), out, QStringLiteral("--wat")}),
+        render({picture}),
+    };
+    for (const QStringList& args : bad) {
+        const Outcome run = runProgram(args);
+        EXPECT_EQ(run.status, 2) << args.join(' ') << "\n" << run.err;
+        EXPECT_FALSE(run.err.isEmpty());
+    }
+    EXPECT_FALSE(QFile::exists(out));
+}

@@ -1,0 +1,126 @@
+#include "BenchSupport.h"
+
+#include "render/RenderContext.h"
+
+#include <QFile>
+#include <QImageReader>
+
+#include <benchmark/benchmark.h>
+
+#include <cmath>
+#include <fstream>
+#include <string>
+
+namespace velmora::bench {
+
+QString resources() {
+    return QStringLiteral(VELMORA_BENCH_RESOURCES);
+}
+
+std::unique_ptr<PlanetModel> modelWithSample() {
+    QImageReader reader(resources() + QStringLiteral("/samples/panorama.jpg"));
+    QImageReader::setAllocationLimit(0);
+    const QImage picture = reader.read();
+    if (picture.isNull())
+        return nullptr;
+    auto model = std::make_unique<PlanetModel>(resources());
+    model->loadImage(render::Image::fromQImage(picture), QStringLiteral("panorama"));
+    return model;
+}
+
+void addLayers(PlanetModel& model, int count) {
+    const QList<LayerAsset>& assets = model.library().assets();
+    for (int i = 0; i < count && !assets.isEmpty(); ++i) {
+        const double angle = i * 2.399963; // golden angle: spread without overlap
+        const double r = 0.12 + 0.3 * std::sqrt((i + 0.5) / count);
+        model.addLayer(assets[i % assets.size()].id,
+                       {0.5 + r * std::cos(angle), 0.5 + r * std::sin(angle)});
+        model.setSelectedBlendMode(allLayerBlendModes[static_cast<size_t>(i % 3)]);
+        model.rotateSelected(i * 23.0);
+    }
+}
+
+namespace {
+
+long statusKiB(const char* key) {
+    std::ifstream status("/proc/self/status");
+    std::string line;
+    while (std::getline(status, line)) {
+        if (line.rfind(key, 0) == 0)
+            return std::stol(line.substr(std::string(key).size()));
+    }
+    return -1;
+}
+
+} // namespace
+
+long peakResidentKiB() {
+    return statusKiB("VmHWM:");
+}
+
+long currentResidentKiB() {
+    return statusKiB("VmRSS:");
+}
+
+void resetPeakResident() {
+    // Writing 5 resets the peak to the current size (Linux 4.0 and later).
+    std::ofstream("/proc/self/clear_refs") << "5";
+}
+
+} // namespace velmora::bench
+
+using namespace velmora;
+
+// The preview the sliders wait for: 1100 x 1100 from the 8000 x 4000 sample, at the
+// defaults (-1) and at each preset.
+static void previewRender(benchmark::State& state) {
+    const std::unique_ptr<PlanetModel> model = bench::modelWithSample();
+    if (!model) {
+        state.SkipWithError("no sample panorama in the resources");
+        return;
+    }
+    const auto preset = state.range(0);
+    if (preset >= 0)
+        model->applyPreset(PlanetModel::allPresets[static_cast<size_t>(preset)]);
+    state.SetLabel(
+        preset >= 0
+            ? PlanetModel::title(PlanetModel::allPresets[static_cast<size_t>(preset)]).toStdString()
+            : "defaults");
+    for (auto _ : state)
+        model->refreshPreview();
+}
+BENCHMARK(previewRender)
+    ->DenseRange(-1, 4)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->MinTime(2.0);
+
+// The output render of export and copy, into 8-bit straight RGBA, with and without
+// ten layers. Reports the memory it needs beyond the picture and the output.
+static void outputRender(benchmark::State& state) {
+    const std::unique_ptr<PlanetModel> model = bench::modelWithSample();
+    if (!model) {
+        state.SkipWithError("no sample panorama in the resources");
+        return;
+    }
+    const int side = static_cast<int>(state.range(0));
+    bench::addLayers(*model, static_cast<int>(state.range(1)));
+    const render::RenderContext& context = model->context();
+    long overheadKiB = 0;
+    for (auto _ : state) {
+        bench::resetPeakResident();
+        const long before = bench::currentResidentKiB();
+        QImage out = context.render(model->outputImage(side).value(), QRect(0, 0, side, side),
+                                    render::RenderContext::Layout::straightRgba8);
+        benchmark::DoNotOptimize(out.constBits());
+        const long outputKiB = static_cast<long>(out.sizeInBytes() / 1024);
+        overheadKiB = std::max(overheadKiB, bench::peakResidentKiB() - before - outputKiB);
+    }
+    state.counters["overhead_MiB"] = static_cast<double>(overheadKiB) / 1024.0;
+}
+BENCHMARK(outputRender)
+    ->ArgsProduct({{2048, 8192}, {0, 10}})
+    ->ArgNames({"side", "layers"})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(3);

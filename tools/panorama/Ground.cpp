@@ -521,14 +521,14 @@ Rgb Scene::shadeGround(V3 dir, float t, float fp, uint32_t& seen) const {
         Surface beach;
         sand(g, st, waterEdge, fp, beach);
         // Tufts of marram grass where the dunes begin.
-        const float tuftZone = 1.0f - smoothstep(0.5f, 3.0f, st.x - sandLine(st.y));
+        const float tuftZone = 1.0f - smoothstep(0.3f, 2.0f, st.x - sandLine(st.y));
         const float tufts =
             tuftZone *
-            smoothstep(0.2f, 0.35f, fbm2(g * (1.0f / 0.5f), 4, kSandSeed + 5, fp / 0.5f));
+            smoothstep(0.32f, 0.45f, fbm2(g * (1.0f / 0.3f), 4, kSandSeed + 5, fp / 0.3f));
         if (tufts > 0) {
             const float blades = resolved(0.008f, fp);
             const Rgb marram =
-                srgb(150, 156, 92) *
+                srgb(140, 146, 90) *
                 (blades > 0 ? mix(m_grassMean, grassBlades(g * 1.3f, fp * 1.3f), blades)
                             : m_grassMean) *
                 1.4f;

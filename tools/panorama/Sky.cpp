@@ -89,8 +89,9 @@ Rgb Scene::fog(Rgb colour, V3 dir, float distance) const {
 }
 
 Rgb Scene::ambient(V3 n) const {
-    const Rgb skyTop = srgb(120, 150, 200) * 0.55f;
-    const Rgb bounce = srgb(120, 125, 90) * 0.22f;
+    // Skylight from above, light bounced off the sunlit meadow from below.
+    const Rgb skyTop = srgb(140, 160, 196) * 0.6f;
+    const Rgb bounce = srgb(130, 134, 96) * 0.3f;
     return mix(bounce, skyTop, 0.5f + 0.5f * n.z);
 }
 

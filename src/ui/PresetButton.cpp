@@ -1,0 +1,81 @@
+#include "ui/PresetButton.h"
+
+#include "ui/Palette.h"
+#include "ui/Symbols.h"
+#include "ui/Typography.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+
+namespace velmora::ui {
+
+namespace {
+constexpr int paddingX = 14;
+constexpr int paddingY = 11;
+constexpr int symbolFrame = 18;
+constexpr int spacing = 11;
+constexpr double radius = 11;
+} // namespace
+
+PresetButton::PresetButton(PlanetModel::Preset preset, QWidget* parent)
+    : QAbstractButton(parent)
+    , m_preset(preset) {
+    setText(PlanetModel::title(preset));
+    setFont(uiFont(14, QFont::DemiBold));
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    setFocusPolicy(Qt::TabFocus);
+}
+
+void PresetButton::setSelected(bool selected) {
+    if (selected == m_selected)
+        return;
+    m_selected = selected;
+    update();
+}
+
+QSize PresetButton::sizeHint() const {
+    const QFontMetrics metrics(font());
+    const int content = std::max(metrics.height(), symbolBoxSide(14));
+    return {paddingX + symbolFrame + spacing + metrics.horizontalAdvance(text()) + paddingX,
+            paddingY + content + paddingY};
+}
+
+QSize PresetButton::minimumSizeHint() const {
+    return {paddingX + symbolFrame + paddingX, sizeHint().height()};
+}
+
+void PresetButton::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (!isEnabled())
+        painter.setOpacity(0.4);
+    else if (isDown())
+        painter.setOpacity(0.75);
+
+    const QColor fill = m_selected ? Palette::accent : Palette::control;
+    const QColor content = m_selected ? QColor(Qt::black) : Palette::withAlpha(Qt::white, 0.9);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(fill);
+    painter.drawRoundedRect(QRectF(rect()), radius, radius);
+
+    const double glyph = symbolBoxSide(14);
+    const QRectF symbolRect(paddingX + (symbolFrame - glyph) / 2, (height() - glyph) / 2, glyph,
+                            glyph);
+    paintSymbol(painter, symbolRect, PlanetModel::symbol(m_preset), content);
+
+    const int textLeft = paddingX + symbolFrame + spacing;
+    const QRect textRect(textLeft, 0, std::max(0, width() - textLeft - paddingX), height());
+    painter.setPen(content);
+    painter.setFont(font());
+    painter.drawText(textRect, Qt::AlignLeft | Qt::AlignVCenter,
+                     painter.fontMetrics().elidedText(text(), Qt::ElideRight, textRect.width()));
+
+    if (hasFocus()) {
+        painter.setOpacity(1.0);
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(m_selected ? QColor(Qt::white) : Palette::accent, 1.5));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), radius, radius);
+    }
+}
+
+} // namespace velmora::ui

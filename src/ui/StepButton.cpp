@@ -1,0 +1,44 @@
+#include "ui/StepButton.h"
+
+#include "ui/Palette.h"
+#include "ui/Symbols.h"
+#include "ui/Typography.h"
+
+#include <QPainter>
+
+namespace velmora::ui {
+
+StepButton::StepButton(QString symbol, QWidget* parent)
+    : QAbstractButton(parent)
+    , m_symbol(std::move(symbol)) {
+    setFixedSize(side, side);
+    setFocusPolicy(Qt::TabFocus);
+}
+
+QSize StepButton::sizeHint() const {
+    return {side, side};
+}
+
+void StepButton::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    // Plain buttons show state only by dimming their label.
+    if (!isEnabled())
+        painter.setOpacity(0.4);
+    else if (isDown())
+        painter.setOpacity(0.7);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Palette::controlRaised);
+    painter.drawRoundedRect(QRectF(rect()), 5, 5);
+    const double glyph = symbolBoxSide(9);
+    const QRectF box((width() - glyph) / 2, (height() - glyph) / 2, glyph, glyph);
+    paintSymbol(painter, box, m_symbol, Palette::withAlpha(Qt::white, 0.85));
+    if (hasFocus()) {
+        painter.setOpacity(1.0);
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(Palette::withAlpha(Palette::accent, 0.8), 1.5));
+        painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 5, 5);
+    }
+}
+
+} // namespace velmora::ui

@@ -1,0 +1,31 @@
+#include "ui/SymbolView.h"
+
+#include "ui/Symbols.h"
+#include "ui/Typography.h"
+
+#include <QPainter>
+
+namespace velmora::ui {
+
+SymbolView::SymbolView(QString symbol, double fontSize, QColor color, QWidget* parent)
+    : QWidget(parent)
+    , m_symbol(std::move(symbol))
+    , m_color(color) {
+    const int side = symbolBoxSide(fontSize);
+    setFixedSize(side, side);
+    setAttribute(Qt::WA_TransparentForMouseEvents);
+}
+
+void SymbolView::setColor(const QColor& color) {
+    if (color == m_color)
+        return;
+    m_color = color;
+    update();
+}
+
+void SymbolView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    paintSymbol(painter, QRectF(rect()), m_symbol, m_color);
+}
+
+} // namespace velmora::ui

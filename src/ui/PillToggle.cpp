@@ -1,5 +1,6 @@
 #include "ui/PillToggle.h"
 
+#include "ui/FocusRing.h"
 #include "ui/Palette.h"
 #include "ui/Typography.h"
 
@@ -40,7 +41,7 @@ protected:
         const double x = isChecked() ? track.right() - 1 - knob : track.left() + 1;
         painter.setBrush(isDown() ? QColor(222, 222, 226) : QColor(248, 248, 250));
         painter.drawEllipse(QRectF(x, track.top() + 1, knob, knob));
-        if (hasFocus()) {
+        if (showsFocusRing(*this)) {
             painter.setBrush(Qt::NoBrush);
             painter.setPen(QPen(Palette::withAlpha(Palette::accent, 0.8), 1.5));
             painter.drawRoundedRect(track, r, r);

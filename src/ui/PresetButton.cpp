@@ -1,5 +1,6 @@
 #include "ui/PresetButton.h"
 
+#include "ui/FocusRing.h"
 #include "ui/Palette.h"
 #include "ui/Symbols.h"
 #include "ui/Typography.h"
@@ -70,7 +71,7 @@ void PresetButton::paintEvent(QPaintEvent*) {
     painter.drawText(textRect, Qt::AlignLeft | Qt::AlignVCenter,
                      painter.fontMetrics().elidedText(text(), Qt::ElideRight, textRect.width()));
 
-    if (hasFocus()) {
+    if (showsFocusRing(*this)) {
         painter.setOpacity(1.0);
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(m_selected ? QColor(Qt::white) : Palette::accent, 1.5));

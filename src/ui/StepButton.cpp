@@ -1,5 +1,6 @@
 #include "ui/StepButton.h"
 
+#include "ui/FocusRing.h"
 #include "ui/Palette.h"
 #include "ui/Symbols.h"
 #include "ui/Typography.h"
@@ -33,7 +34,7 @@ void StepButton::paintEvent(QPaintEvent*) {
     const double glyph = symbolBoxSide(9);
     const QRectF box((width() - glyph) / 2, (height() - glyph) / 2, glyph, glyph);
     paintSymbol(painter, box, m_symbol, Palette::withAlpha(Qt::white, 0.85));
-    if (hasFocus()) {
+    if (showsFocusRing(*this)) {
         painter.setOpacity(1.0);
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(Palette::withAlpha(Palette::accent, 0.8), 1.5));

@@ -1,5 +1,6 @@
 #include "ui/TintedSlider.h"
 
+#include "ui/FocusRing.h"
 #include "ui/Palette.h"
 
 #include <QMouseEvent>
@@ -90,7 +91,7 @@ void TintedSlider::paintEvent(QPaintEvent*) {
     painter.drawEllipse(knob.translated(0, 0.75));
     painter.setBrush(isSliderDown() ? QColor(222, 222, 226) : QColor(248, 248, 250));
     painter.drawEllipse(knob);
-    if (hasFocus()) {
+    if (showsFocusRing(*this)) {
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(Palette::withAlpha(Palette::accent, 0.8), 1.5));
         painter.drawEllipse(knob.adjusted(-1, -1, 1, 1));

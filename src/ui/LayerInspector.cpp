@@ -1,0 +1,310 @@
+#include "ui/LayerInspector.h"
+
+#include "model/PlanetModel.h"
+#include "ui/FocusRing.h"
+#include "ui/Palette.h"
+#include "ui/SymbolView.h"
+#include "ui/Symbols.h"
+#include "ui/TintedSlider.h"
+#include "ui/Typography.h"
+
+#include <QAbstractButton>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenu>
+#include <QPainter>
+#include <QPainterPath>
+#include <QSignalBlocker>
+
+namespace velmora::ui {
+
+namespace {
+
+constexpr int buttonSide = 26;
+constexpr double buttonRadius = 7;
+const QColor destructiveColour = QColor::fromRgbF(1.0f, 0.45f, 0.45f);
+
+void setForeground(QWidget* widget, const QColor& colour) {
+    QPalette palette = widget->palette();
+    palette.setColor(QPalette::ButtonText, colour);
+    palette.setColor(QPalette::WindowText, colour);
+    widget->setPalette(palette);
+}
+
+/// The raised rounded square every inspector button sits on, dimmed while pressed.
+void paintButtonBase(QPainter& painter, const QAbstractButton& button) {
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (!button.isEnabled())
+        painter.setOpacity(0.4);
+    else if (button.isDown())
+        painter.setOpacity(0.7);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Palette::controlRaised);
+    painter.drawRoundedRect(QRectF(button.rect()), buttonRadius, buttonRadius);
+}
+
+void paintFocus(QPainter& painter, const QAbstractButton& button) {
+    if (!showsFocusRing(button))
+        return;
+    painter.setOpacity(1.0);
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(Palette::withAlpha(Palette::accent, 0.8), 1.5));
+    painter.drawRoundedRect(QRectF(button.rect()).adjusted(0.75, 0.75, -0.75, -0.75), buttonRadius,
+                            buttonRadius);
+}
+
+} // namespace
+
+/// A 26-point square showing one symbol in its foreground colour.
+class LayerInspector::IconButton final : public QAbstractButton {
+public:
+    IconButton(QString symbol, QWidget* parent)
+        : QAbstractButton(parent)
+        , m_symbol(std::move(symbol)) {
+        setFixedSize(buttonSide, buttonSide);
+        setFocusPolicy(Qt::TabFocus);
+    }
+    QSize sizeHint() const override { return {buttonSide, buttonSide}; }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        paintButtonBase(painter, *this);
+        const double glyph = symbolBoxSide(12);
+        const QRectF box((width() - glyph) / 2, (height() - glyph) / 2, glyph, glyph);
+        paintSymbol(painter, box, m_symbol, palette().color(QPalette::ButtonText));
+        paintFocus(painter, *this);
+    }
+
+private:
+    QString m_symbol;
+};
+
+/// A text label on the raised rounded rectangle: the rotation value, and the blend
+/// menu's title with the small chevron of a menu button.
+class LayerInspector::ValueButton final : public QAbstractButton {
+public:
+    ValueButton(int minWidth, int paddingX, bool chevron, QWidget* parent)
+        : QAbstractButton(parent)
+        , m_minWidth(minWidth)
+        , m_paddingX(paddingX)
+        , m_chevron(chevron) {
+        setFont(uiFont(11, QFont::DemiBold));
+        setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+        setFocusPolicy(Qt::TabFocus);
+    }
+
+    QSize sizeHint() const override {
+        const int textWidth = QFontMetrics(font()).horizontalAdvance(text());
+        return {std::max(m_minWidth, textWidth + chevronRoom() + 2 * m_paddingX), buttonSide};
+    }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+    void setLabel(const QString& label, const QColor& colour) {
+        const bool resized = label != text();
+        setText(label);
+        setForeground(this, colour);
+        if (resized)
+            updateGeometry();
+        update();
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        paintButtonBase(painter, *this);
+        const QColor colour = palette().color(QPalette::ButtonText);
+        const QRect content = rect().adjusted(m_paddingX, 0, -m_paddingX, 0);
+        const QRect textRect = content.adjusted(0, 0, -chevronRoom(), 0);
+        painter.setPen(colour);
+        painter.setFont(font());
+        painter.drawText(textRect, Qt::AlignCenter, text());
+        if (m_chevron) {
+            const double cx = textRect.right() + chevronRoom() / 2.0 + 1;
+            const double cy = height() / 2.0;
+            QPainterPath path;
+            path.moveTo(cx - 2.5, cy - 1.25);
+            path.lineTo(cx, cy + 1.25);
+            path.lineTo(cx + 2.5, cy - 1.25);
+            painter.setBrush(Qt::NoBrush);
+            painter.setPen(QPen(Palette::withAlpha(colour, colour.alphaF() * 0.7), 1.4,
+                                Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            painter.drawPath(path);
+        }
+        paintFocus(painter, *this);
+    }
+
+private:
+    int chevronRoom() const { return m_chevron ? 9 : 0; }
+
+    int m_minWidth;
+    int m_paddingX;
+    bool m_chevron;
+};
+
+LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
+    : FloatingCapsule(parent)
+    , m_model(model) {
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    auto* row = new QHBoxLayout(this);
+    row->setContentsMargins(shadowMargins() + QMargins(14, 9, 14, 9));
+    row->setSpacing(14);
+    row->setSizeConstraint(QLayout::SetFixedSize);
+
+    auto* caption = new QLabel(QStringLiteral("Layer"), this);
+    caption->setObjectName(QStringLiteral("caption"));
+    caption->setFont(uiFont(11, QFont::Bold, 1.0));
+    setForeground(caption, Palette::secondaryText);
+    row->addWidget(caption);
+
+    auto* opacity = new QHBoxLayout;
+    opacity->setSpacing(8);
+    opacity->addWidget(
+        new SymbolView(QStringLiteral("circle.lefthalf.filled"), 11, Palette::secondaryText, this));
+    m_opacity = new TintedSlider(Palette::accent, this);
+    m_opacity->setObjectName(QStringLiteral("opacity"));
+    m_opacity->setAccessibleName(QStringLiteral("Opacity"));
+    m_opacity->setFixedWidth(110);
+    opacity->addWidget(m_opacity);
+    row->addLayout(opacity);
+
+    m_blendButton = new ValueButton(56, 6, true, this);
+    m_blendButton->setObjectName(QStringLiteral("blendMode"));
+    m_blendButton->setToolTip(QStringLiteral("Blend mode"));
+    row->addWidget(m_blendButton);
+
+    IconButton* flipButton =
+        addIconButton(QStringLiteral("arrow.left.and.right.righttriangle.left.righttriangle.right"),
+                      QStringLiteral("Flip"), QStringLiteral("flip"));
+    IconButton* rotateLeft =
+        addIconButton(QStringLiteral("rotate.left"), QStringLiteral("Rotate \u221215\u00b0"),
+                      QStringLiteral("rotateLeft"));
+    m_rotationButton = new ValueButton(38, 4, false, this);
+    m_rotationButton->setObjectName(QStringLiteral("rotation"));
+    m_rotationButton->setToolTip(QStringLiteral("Reset rotation"));
+    m_rotationButton->setFont(uiFont(11, QFont::DemiBold));
+    row->addWidget(m_rotationButton);
+    IconButton* rotateRight =
+        addIconButton(QStringLiteral("rotate.right"), QStringLiteral("Rotate +15\u00b0"),
+                      QStringLiteral("rotateRight"));
+    IconButton* orient =
+        addIconButton(QStringLiteral("location.north.circle"), QStringLiteral("Orient to planet"),
+                      QStringLiteral("orient"));
+    IconButton* forward =
+        addIconButton(QStringLiteral("square.3.layers.3d.top.filled"),
+                      QStringLiteral("Bring forward"), QStringLiteral("bringForward"));
+    IconButton* backward =
+        addIconButton(QStringLiteral("square.3.layers.3d.bottom.filled"),
+                      QStringLiteral("Send backward"), QStringLiteral("sendBackward"));
+    IconButton* remove = addIconButton(QStringLiteral("trash"), QStringLiteral("Delete (\u232b)"),
+                                       QStringLiteral("delete"), true);
+
+    // The model's operations act on the selection, which is this inspector's layer.
+    connect(m_opacity, &QSlider::sliderPressed, this, [this] { m_model.recordHistory(); });
+    connect(m_opacity, &QSlider::valueChanged, this, &LayerInspector::opacityChanged);
+    connect(m_blendButton, &QAbstractButton::clicked, this, &LayerInspector::showBlendMenu);
+    connect(flipButton, &QAbstractButton::clicked, this, &LayerInspector::flip);
+    connect(rotateLeft, &QAbstractButton::clicked, this, [this] { m_model.rotateSelected(-15); });
+    connect(m_rotationButton, &QAbstractButton::clicked, this,
+            [this] { m_model.resetSelectedRotation(); });
+    connect(rotateRight, &QAbstractButton::clicked, this, [this] { m_model.rotateSelected(15); });
+    connect(orient, &QAbstractButton::clicked, this, [this] { m_model.orientSelectedToPlanet(); });
+    connect(forward, &QAbstractButton::clicked, this, [this] { m_model.bringSelectedForward(); });
+    connect(backward, &QAbstractButton::clicked, this, [this] { m_model.sendSelectedBackward(); });
+    connect(remove, &QAbstractButton::clicked, this, [this] { m_model.deleteSelectedLayer(); });
+
+    connect(&m_model, &PlanetModel::selectedLayerIDChanged, this,
+            &LayerInspector::selectionChanged);
+    connect(&m_model, &PlanetModel::layersChanged, this, &LayerInspector::refresh);
+    selectionChanged();
+}
+
+LayerInspector::~LayerInspector() = default;
+
+LayerInspector::IconButton* LayerInspector::addIconButton(const QString& symbol,
+                                                          const QString& help, const QString& name,
+                                                          bool destructive) {
+    auto* button = new IconButton(symbol, this);
+    button->setObjectName(name);
+    button->setToolTip(help);
+    button->setAccessibleName(help);
+    setForeground(button, destructive ? destructiveColour : QColor(Qt::white));
+    layout()->addWidget(button);
+    return button;
+}
+
+QSlider* LayerInspector::opacitySlider() const {
+    return m_opacity;
+}
+
+QAbstractButton* LayerInspector::blendModeButton() const {
+    return m_blendButton;
+}
+
+QAbstractButton* LayerInspector::rotationButton() const {
+    return m_rotationButton;
+}
+
+std::optional<PlacedLayer> LayerInspector::layer() const {
+    if (m_layerID.isNull())
+        return std::nullopt;
+    for (const PlacedLayer& layer : m_model.layers()) {
+        if (layer.id == m_layerID)
+            return layer;
+    }
+    return std::nullopt;
+}
+
+void LayerInspector::selectionChanged() {
+    m_layerID = m_model.selectedLayerID();
+    refresh();
+}
+
+void LayerInspector::refresh() {
+    const std::optional<PlacedLayer> current = layer();
+    {
+        const QSignalBlocker blocker(m_opacity);
+        m_opacity->setValue(TintedSlider::positionFor(current ? current->opacity : 1.0, 0, 1));
+        m_opacity->update();
+    }
+    const double rotation = current ? current->rotation : 0.0;
+    m_rotationButton->setLabel(QString::asprintf("%.0f\u00b0", rotation),
+                               Palette::withAlpha(Qt::white, 0.9));
+    const LayerBlendMode mode = current ? current->blendMode : LayerBlendMode::normal;
+    // A blend other than normal is easy to forget; its name stands out.
+    m_blendButton->setLabel(title(mode), mode == LayerBlendMode::normal
+                                             ? Palette::withAlpha(Qt::white, 0.9)
+                                             : Palette::accent);
+}
+
+void LayerInspector::opacityChanged(int position) {
+    // A drag took its snapshot as it began; a key press is a change of its own.
+    if (!m_opacity->isSliderDown())
+        m_model.recordHistory();
+    const double opacity = TintedSlider::valueAt(position, 0, 1);
+    if (!m_model.updateLayer(m_layerID, [opacity](PlacedLayer& layer) { layer.opacity = opacity; }))
+        refresh(); // the layer is gone: the slider goes back to showing 1.0
+}
+
+void LayerInspector::flip() {
+    m_model.recordHistory();
+    m_model.updateLayer(m_layerID, [](PlacedLayer& layer) { layer.flipped = !layer.flipped; });
+}
+
+void LayerInspector::showBlendMenu() {
+    const std::optional<PlacedLayer> current = layer();
+    auto* menu = new QMenu(m_blendButton);
+    menu->setObjectName(QStringLiteral("blendMenu"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const QColor mark = menu->palette().color(QPalette::WindowText);
+    for (const LayerBlendMode mode : allLayerBlendModes) {
+        QAction* action = menu->addAction(title(mode));
+        if (current && current->blendMode == mode)
+            action->setIcon(symbolIcon(QStringLiteral("checkmark"), mark));
+        connect(action, &QAction::triggered, this,
+                [this, mode] { m_model.setSelectedBlendMode(mode); });
+    }
+    menu->popup(m_blendButton->mapToGlobal(QPoint(0, m_blendButton->height() + 4)));
+}
+
+} // namespace velmora::ui

@@ -185,65 +185,83 @@ VM_INLINE Rgba blendSeam(const VmSampler& src, const Setup& k, Rgba natural, flo
     // Different scenes meet: each end is continued past the seam by reflection and
     // the two cross-fade over the band, so no hard cut remains.
     const Rgba reflected =
-        sampleLod<Format, Edge::wrapXClampY, Opaque>(src, ds < 0.f ? reach : 1.f - reach, v, lod);
+        samplePanorama<Format, Opaque>(src, ds < 0.f ? reach : 1.f - reach, v, lod);
     const Rgba rightEnd = ds < 0.f ? natural : reflected;
     const Rgba leftEnd = ds < 0.f ? reflected : natural;
     const float t = 0.5f + 0.5f * ds / k.seamHalf;
     return lerp(rightEnd, leftEnd, t * t * (3.f - 2.f * t));
 }
 
-/// How a pixel's footprint is sampled: the pyramid level, and `taps` samples spaced
-/// along (du, dv) when the footprint is much longer one way than the other.
-struct Footprint {
-    float lod;
-    int taps;
-    float du;
-    float dv;
-};
-
 /// Most samples one pixel takes along its footprint; near the poles the footprint
 /// wraps the whole width but only a few rows.
 constexpr int maxTaps = 16;
 
-/// The footprint from the largest step to any of the four neighbours, along u and
-/// along v separately (in source pixels). A tiny planet's pixel is stretched along
-/// those axes (round the planet is u, outwards is v); taking the largest one-sided
-/// step keeps it symmetric under quarter turns and still sees the pole, where the
+/// How each pixel of a row is sampled, as plain arrays so the loop that fills them
+/// vectorises: the pyramid level, and `taps` samples spaced along (du, dv) when the
+/// footprint is much longer one way than the other.
+struct RowFootprints {
+    alignas(32) float lod[block];
+    alignas(32) int taps[block];
+    alignas(32) float du[block];
+    alignas(32) float dv[block];
+};
+
+/// Footprints from the largest step to any of the four neighbours, along u and along
+/// v separately (in source pixels). A tiny planet's pixel is stretched along those
+/// axes (round the planet is u, outwards is v); taking the largest one-sided step
+/// keeps it symmetric under quarter turns and still sees the pole, where the
 /// neighbours all lie at other longitudes.
-VM_INLINE Footprint footprintOf(float u, float v, const float (&nu)[4], const float (&nv)[4],
-                                float width, float height) {
-    float eu = 0.f;
-    float ev = 0.f;
-    for (int n = 0; n < 4; ++n) {
-        const float du = std::fabs(wrapDelta(nu[n] - u));
-        const float dv = std::fabs(nv[n] - v);
-        eu = du > eu ? du : eu;
-        ev = dv > ev ? dv : ev;
+VM_INLINE void footprints(const float* __restrict pu, const float* __restrict pv,
+                          const float* __restrict cu, const float* __restrict cv,
+                          const float* __restrict nu, const float* __restrict nv, int w,
+                          float width, float height, RowFootprints& out) {
+    for (int i = 0; i < w; ++i) {
+        const float u = cu[i + 1];
+        const float v = cv[i + 1];
+        const float du0 = std::fabs(wrapDelta(cu[i] - u));
+        const float du1 = std::fabs(wrapDelta(cu[i + 2] - u));
+        const float du2 = std::fabs(wrapDelta(pu[i + 1] - u));
+        const float du3 = std::fabs(wrapDelta(nu[i + 1] - u));
+        const float dv0 = std::fabs(cv[i] - v);
+        const float dv1 = std::fabs(cv[i + 2] - v);
+        const float dv2 = std::fabs(pv[i + 1] - v);
+        const float dv3 = std::fabs(nv[i + 1] - v);
+        const float eu = std::max(std::max(du0, du1), std::max(du2, du3));
+        const float ev = std::max(std::max(dv0, dv1), std::max(dv2, dv3));
+        const float pixelsU = eu * width;
+        const float pixelsV = ev * height;
+        const bool uMajor = pixelsU > pixelsV;
+        const float major = uMajor ? pixelsU : pixelsV;
+        const float minor = uMajor ? pixelsV : pixelsU;
+        float ratio = minor > 0.f ? major / minor : static_cast<float>(maxTaps);
+        ratio = clampf(ratio, 1.f, static_cast<float>(maxTaps));
+        const int taps = static_cast<int>(ratio + 0.5f);
+        // The level suits the spacing between taps: major / taps source pixels.
+        out.lod[i] = fastLog2(major) - fastLog2(static_cast<float>(taps));
+        out.taps[i] = taps;
+        out.du[i] = uMajor ? eu : 0.f;
+        out.dv[i] = uMajor ? 0.f : ev;
     }
-    const float pu = eu * width;
-    const float pv = ev * height;
-    const bool uMajor = pu > pv;
-    const float major = uMajor ? pu : pv;
-    const float minor = uMajor ? pv : pu;
-    float ratio = minor > 0.f ? major / minor : static_cast<float>(maxTaps);
-    ratio = clampf(ratio, 1.f, static_cast<float>(maxTaps));
-    const int taps = static_cast<int>(ratio + 0.5f);
-    // The level suits the spacing between taps: major / taps source pixels.
-    return {fastLog2(major) - fastLog2(static_cast<float>(taps)), taps, uMajor ? eu : 0.f,
-            uMajor ? 0.f : ev};
 }
 
 template <int Format, bool Opaque>
-VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Footprint& f) {
-    if (f.taps <= 1)
-        return sampleLod<Format, Edge::wrapXClampY, Opaque>(src, u, v, f.lod);
+VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const RowFootprints& f,
+                               int i) {
+    const int taps = f.taps[i];
+    if (taps <= 1)
+        return samplePanorama<Format, Opaque>(src, u, v, f.lod[i]);
+    // The taps already average along the long axis, so each one reads a single level
+    // (the nearest) instead of blending two: half the fetches, the same look.
+    const int last = src.levelCount - 1;
+    const int level = static_cast<int>(clampf(f.lod[i] + 0.5f, 0.f, static_cast<float>(last)));
+    const VmLevel& at = src.levels[level];
     Rgba sum;
-    const float step = 1.f / static_cast<float>(f.taps);
-    for (int t = 0; t < f.taps; ++t) {
+    const float step = 1.f / static_cast<float>(taps);
+    for (int t = 0; t < taps; ++t) {
         const float along = (static_cast<float>(t) + 0.5f) * step - 0.5f;
-        float tu = u + along * f.du;
+        float tu = u + along * f.du[i];
         tu -= static_cast<float>(floorToInt(tu));
-        sum = sum + sampleLod<Format, Edge::wrapXClampY, Opaque>(src, tu, v + along * f.dv, f.lod);
+        sum = sum + bilinearPanorama<Format, Opaque>(src, at, tu, v + along * f.dv[i]);
     }
     return sum * step;
 }
@@ -258,7 +276,7 @@ runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0, i
     // side, for each pixel's four neighbours. Element i is column x0 - 1 + i.
     alignas(32) float u[3][block + 8];
     alignas(32) float v[3][block + 8];
-    Footprint foot[block];
+    RowFootprints foot;
 
     mapRow<Flips, Bend>(k, x0 - 1, y0 - 1, w + 2, u[0], v[0]);
     mapRow<Flips, Bend>(k, x0 - 1, y0, w + 2, u[1], v[1]);
@@ -271,24 +289,29 @@ runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0, i
         float* __restrict nv = v[(j + 2) % 3];
         mapRow<Flips, Bend>(k, x0 - 1, y0 + j + 1, w + 2, nu, nv);
 
-        for (int i = 0; i < w; ++i) {
-            const float aroundU[4] = {cu[i], cu[i + 2], pu[i + 1], nu[i + 1]};
-            const float aroundV[4] = {cv[i], cv[i + 2], pv[i + 1], nv[i + 1]};
-            foot[i] = footprintOf(cu[i + 1], cv[i + 1], aroundU, aroundV, k.width, k.height);
-        }
+        footprints(pu, pv, cu, cv, nu, nv, w, k.width, k.height, foot);
 
         float* out = d.pixels + static_cast<int64_t>(y0 - d.y + j) * d.stride + 4 * (x0 - d.x);
         for (int i = 0; i < w; ++i) {
             const float pixelU = cu[i + 1];
             const float pixelV = cv[i + 1];
-            Rgba c = sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot[i]);
+            Rgba c = sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot, i);
             if (k.seamHalf > 0.f) {
                 const float ds = seamDistance(pixelU);
                 const float reach = std::fabs(ds);
                 if (reach < k.seamHalf)
-                    c = blendSeam<Format, Opaque>(src, k, c, ds, reach, pixelV, foot[i].lod);
+                    c = blendSeam<Format, Opaque>(src, k, c, ds, reach, pixelV, foot.lod[i]);
             }
-            storeEncoded(src, c, out + 4 * i);
+            if constexpr (Opaque)
+                _mm_storeu_ps(out + 4 * i, c.v); // encoded below, a row at a time
+            else
+                storeEncoded(src, c, out + 4 * i);
+        }
+        if constexpr (Opaque) {
+            // Opaque: premultiplied equals straight, and every float, alpha included
+            // (1 stays 1), goes through the same curve, so this loop vectorises.
+            for (int i = 0; i < 4 * w; ++i)
+                out[i] = encodeFast(out[i]);
         }
     }
 }

@@ -64,12 +64,58 @@ std::vector<Taps> boxTaps(int from, int to) {
     return taps;
 }
 
+/// Writes a linear premultiplied colour as the level's straight sRGB pixel `x`.
+template <int Format>
+void storeStraight(const VmSampler& s, sampling::Rgba colour, uchar* line, int x) {
+    alignas(16) float c[4];
+    _mm_store_ps(c, colour.v);
+    const float alpha = c[3];
+    const float inv = alpha > 0.f ? 1.f / alpha : 0.f;
+    const float rgb[3] = {sampling::encode(s, c[0] * inv), sampling::encode(s, c[1] * inv),
+                          sampling::encode(s, c[2] * inv)};
+    if constexpr (Format == VM_FORMAT_RGBA16) {
+        const uint16_t p[4] = {static_cast<uint16_t>(rgb[0] * 65535.f + 0.5f),
+                               static_cast<uint16_t>(rgb[1] * 65535.f + 0.5f),
+                               static_cast<uint16_t>(rgb[2] * 65535.f + 0.5f),
+                               static_cast<uint16_t>(alpha * 65535.f + 0.5f)};
+        std::memcpy(line + 8 * x, p, sizeof p);
+    } else {
+        uchar* p = line + 4 * x;
+        const int r = Format == VM_FORMAT_BGRA8 ? 2 : 0;
+        p[r] = static_cast<uchar>(rgb[0] * 255.f + 0.5f);
+        p[1] = static_cast<uchar>(rgb[1] * 255.f + 0.5f);
+        p[2 - r] = static_cast<uchar>(rgb[2] * 255.f + 0.5f);
+        p[3] = static_cast<uchar>(alpha * 255.f + 0.5f);
+    }
+}
+
 template <int Format>
 void downsample(const VmSampler& s, const QImage& from, QImage& to) {
     const VmLevel src{from.constBits(), from.width(), from.height(), from.bytesPerLine()};
+    const int w = to.width();
+    // Exact halvings (every level of an even-sized picture) average plain 2 x 2
+    // blocks; the weighted taps are only needed for odd sizes.
+    if (from.width() == 2 * to.width() && from.height() == 2 * to.height()) {
+        tbb::parallel_for(tbb::blocked_range<int>(0, to.height()),
+                          [&](const tbb::blocked_range<int>& rows) {
+                              for (int y = rows.begin(); y != rows.end(); ++y) {
+                                  const unsigned char* r0 = sampling::rowOf(src, 2 * y);
+                                  const unsigned char* r1 = sampling::rowOf(src, 2 * y + 1);
+                                  uchar* line = to.scanLine(y);
+                                  for (int x = 0; x < w; ++x) {
+                                      const sampling::Rgba sum =
+                                          sampling::texelInRow<Format, false>(s, r0, 2 * x) +
+                                          sampling::texelInRow<Format, false>(s, r0, 2 * x + 1) +
+                                          sampling::texelInRow<Format, false>(s, r1, 2 * x) +
+                                          sampling::texelInRow<Format, false>(s, r1, 2 * x + 1);
+                                      storeStraight<Format>(s, sum * 0.25f, line, x);
+                                  }
+                              }
+                          });
+        return;
+    }
     const std::vector<Taps> across = boxTaps(from.width(), to.width());
     const std::vector<Taps> down = boxTaps(from.height(), to.height());
-    const int w = to.width();
     tbb::parallel_for(
         tbb::blocked_range<int>(0, to.height()), [&](const tbb::blocked_range<int>& rows) {
             for (int y = rows.begin(); y != rows.end(); ++y) {
@@ -80,34 +126,14 @@ void downsample(const VmSampler& s, const QImage& from, QImage& to) {
                     sampling::Rgba sum;
                     for (int j = 0; j < ty.count; ++j) {
                         const unsigned char* row = sampling::rowOf(src, ty.first + j);
-                        sampling::Rgba line_sum;
+                        sampling::Rgba inRow;
                         for (int i = 0; i < tx.count; ++i)
-                            line_sum = line_sum +
-                                       sampling::texelInRow<Format, false>(s, row, tx.first + i) *
-                                           tx.weight[i];
-                        sum = sum + line_sum * ty.weight[j];
+                            inRow =
+                                inRow + sampling::texelInRow<Format, false>(s, row, tx.first + i) *
+                                            tx.weight[i];
+                        sum = sum + inRow * ty.weight[j];
                     }
-                    alignas(16) float c[4];
-                    _mm_store_ps(c, sum.v);
-                    const float alpha = c[3];
-                    const float inv = alpha > 0.f ? 1.f / alpha : 0.f;
-                    const float rgb[3] = {sampling::encode(s, c[0] * inv),
-                                          sampling::encode(s, c[1] * inv),
-                                          sampling::encode(s, c[2] * inv)};
-                    if constexpr (Format == VM_FORMAT_RGBA16) {
-                        const uint16_t p[4] = {static_cast<uint16_t>(rgb[0] * 65535.f + 0.5f),
-                                               static_cast<uint16_t>(rgb[1] * 65535.f + 0.5f),
-                                               static_cast<uint16_t>(rgb[2] * 65535.f + 0.5f),
-                                               static_cast<uint16_t>(alpha * 65535.f + 0.5f)};
-                        std::memcpy(line + 8 * x, p, sizeof p);
-                    } else {
-                        uchar* p = line + 4 * x;
-                        const int r = Format == VM_FORMAT_BGRA8 ? 2 : 0;
-                        p[r] = static_cast<uchar>(rgb[0] * 255.f + 0.5f);
-                        p[1] = static_cast<uchar>(rgb[1] * 255.f + 0.5f);
-                        p[2 - r] = static_cast<uchar>(rgb[2] * 255.f + 0.5f);
-                        p[3] = static_cast<uchar>(alpha * 255.f + 0.5f);
-                    }
+                    storeStraight<Format>(s, sum, line, x);
                 }
             }
         });

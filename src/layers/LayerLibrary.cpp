@@ -209,6 +209,24 @@ QImage LayerLibrary::displayImage(const QString& id) {
 
 namespace velmora {
 
+QImage LayerLibrary::displayImage(const QString& id, int minWidth) {
+    const QImage full = displayImage(id);
+    if (full.isNull())
+        return full;
+    QList<QImage>& levels = m_displayLevels[id];
+    QImage current = full;
+    for (int i = 0;; ++i) {
+        const int half = current.width() / 2;
+        if (half < std::max(minWidth, 1) || current.height() < 2)
+            return current;
+        if (i >= levels.size()) {
+            levels.append(current.scaled(half, std::max(1, current.height() / 2),
+                                         Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        }
+        current = levels[i];
+    }
+}
+
 std::optional<render::Image> LayerLibrary::renderImage(const QString& id) {
     if (const auto cached = m_renderCache.constFind(id); cached != m_renderCache.constEnd())
         return *cached;

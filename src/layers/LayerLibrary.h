@@ -40,6 +40,11 @@ public:
     /// not decode. Failures are not remembered, so a later call tries again.
     QImage displayImage(const QString& id);
 
+    /// The display image reduced by halves to the smallest version still at least
+    /// `minWidth` pixels wide (the full image when it is narrower), so drawing it
+    /// small does not alias. Each reduction is made once and kept.
+    QImage displayImage(const QString& id, int minWidth);
+
     /// The decoded artwork for the renderer (kept at 16 bits when the file has them),
     /// by the same rule: decoded once, failures not remembered.
     std::optional<render::Image> renderImage(const QString& id);
@@ -57,6 +62,7 @@ private:
     QStringList m_categories;
     QList<LayerAsset> m_assets;
     QHash<QString, QImage> m_displayCache;
+    QHash<QString, QList<QImage>> m_displayLevels; ///< halvings of each display image
     QHash<QString, render::Image> m_renderCache;
 };
 

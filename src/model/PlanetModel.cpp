@@ -265,6 +265,14 @@ int PlanetModel::selectedIndex() const {
     return -1;
 }
 
+std::optional<PlacedLayer> PlanetModel::layer(const QUuid& id) const {
+    for (const PlacedLayer& l : m_layers) {
+        if (l.id == id)
+            return l;
+    }
+    return std::nullopt;
+}
+
 std::optional<PlacedLayer> PlanetModel::selectedLayer() const {
     const int index = selectedIndex();
     if (index < 0)

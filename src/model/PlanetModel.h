@@ -175,6 +175,8 @@ public:
     QUuid selectedLayerID() const { return m_selectedLayerID; }
     void setSelectedLayerID(const QUuid& id);
     std::optional<PlacedLayer> selectedLayer() const;
+    /// The layer with this id, if it is in the stack.
+    std::optional<PlacedLayer> layer(const QUuid& id) const;
 
     /// Adds a layer of the asset at `at` (clamped into the square) on top and selects
     /// it; nothing happens for an unknown asset.

@@ -1,0 +1,128 @@
+#include "canvas/CanvasGeometry.h"
+
+#include "model/Angles.h"
+
+#include <QTransform>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+namespace velmora {
+
+CanvasFrame CanvasFrame::fit(QSizeF view) {
+    const double w = view.width();
+    const double h = view.height();
+    const double side = h < w ? h : w;
+    return {side, QPointF((w - side) * 0.5, (h - side) * 0.5)};
+}
+
+QPointF CanvasFrame::toCanvas(NormalizedPoint p) const {
+    return {origin.x() + p.x * side, origin.y() + p.y * side};
+}
+
+NormalizedPoint CanvasFrame::toNormalized(QPointF canvasPoint) const {
+    return {(canvasPoint.x() - origin.x()) / side, (canvasPoint.y() - origin.y()) / side};
+}
+
+QPointF LayerBox::toLocal(QPointF canvasPoint) const {
+    const double a = rotation * std::numbers::pi / 180.0;
+    const QPointF d = canvasPoint - center;
+    // Undo a clockwise turn (y down) of `rotation` degrees.
+    return {d.x() * std::cos(a) + d.y() * std::sin(a), -d.x() * std::sin(a) + d.y() * std::cos(a)};
+}
+
+QPointF LayerBox::toCanvas(QPointF local) const {
+    const double a = rotation * std::numbers::pi / 180.0;
+    return center + QPointF(local.x() * std::cos(a) - local.y() * std::sin(a),
+                            local.x() * std::sin(a) + local.y() * std::cos(a));
+}
+
+QRectF LayerBox::canvasBounds(const QRectF& localRect) const {
+    QTransform t;
+    t.translate(center.x(), center.y());
+    t.rotate(rotation);
+    return t.mapRect(localRect);
+}
+
+LayerBox layerBox(const PlacedLayer& layer, double aspect, const CanvasFrame& frame) {
+    const double w = layer.scale * frame.side;
+    return {frame.toCanvas(layer.center), w, aspect * w, layer.rotation};
+}
+
+namespace chrome {
+
+QRectF hitArea(double w, double h) {
+    return {-w / 2 - padSide, -h / 2 - padTopBottom, w + 2 * padSide, h + 2 * padTopBottom};
+}
+
+QRectF resizeHandle(double w, double h) {
+    return {w / 2 - handleDiameter / 2, h / 2 - handleDiameter / 2, handleDiameter, handleDiameter};
+}
+
+QRectF resizeHandleHit(double w, double h) {
+    return resizeHandle(w, h).adjusted(-handleSlop, -handleSlop, handleSlop, handleSlop);
+}
+
+QRectF rotationKnob(double w, double h) {
+    (void)w;
+    return {-handleDiameter / 2, -h / 2 - 26.0, handleDiameter, handleDiameter};
+}
+
+QRectF rotationStem(double w, double h) {
+    (void)w;
+    return {-0.75, -h / 2 - stemLength, 1.5, stemLength};
+}
+
+QRectF rotationHandleHit(double w, double h) {
+    (void)w;
+    // The 12 x 26 stack from 26 above the top edge down to it, grown by 8.
+    return QRectF(-handleDiameter / 2, -h / 2 - 26.0, handleDiameter, 26.0)
+        .adjusted(-handleSlop, -handleSlop, handleSlop, handleSlop);
+}
+
+QRectF deleteBadge(double w, double h) {
+    return {w / 2 - badgeDiameter / 2, -h / 2 - badgeDiameter / 2, badgeDiameter, badgeDiameter};
+}
+
+QRectF deleteBadgeHit(double w, double h) {
+    return deleteBadge(w, h).adjusted(-badgeSlop, -badgeSlop, badgeSlop, badgeSlop);
+}
+
+} // namespace chrome
+
+ChromePart hitTest(const LayerBox& box, QPointF canvasPoint, bool selected) {
+    const QPointF p = box.toLocal(canvasPoint);
+    const double w = box.width;
+    const double h = box.height;
+    if (selected) {
+        if (chrome::deleteBadgeHit(w, h).contains(p))
+            return ChromePart::deleteBadge;
+        if (chrome::resizeHandleHit(w, h).contains(p))
+            return ChromePart::resizeHandle;
+        if (chrome::rotationHandleHit(w, h).contains(p))
+            return ChromePart::rotationHandle;
+    }
+    return chrome::hitArea(w, h).contains(p) ? ChromePart::body : ChromePart::none;
+}
+
+NormalizedPoint movedCenter(NormalizedPoint start, QPointF translation, double side) {
+    return {start.x + translation.x() / side, start.y + translation.y() / side};
+}
+
+double resizedScale(double startScale, double startDistance, double distance) {
+    double scale = startScale * (distance / std::max(startDistance, 1.0));
+    if (!(scale > 0.02))
+        scale = 0.02;
+    if (scale > 2.0)
+        scale = 2.0;
+    return scale;
+}
+
+double handleRotation(QPointF center, QPointF pointer) {
+    const double angle =
+        std::atan2(pointer.y() - center.y(), pointer.x() - center.x()) * 180.0 / std::numbers::pi;
+    return normalizedDegrees(angle + 90.0);
+}
+
+} // namespace velmora

@@ -1,0 +1,118 @@
+#include "canvas/LayerChrome.h"
+
+#include "model/Angles.h"
+#include "model/PlanetModel.h"
+#include "ui/Palette.h"
+#include "ui/Symbols.h"
+
+#include <QPainter>
+#include <QPainterPath>
+
+#include <cmath>
+
+namespace velmora {
+
+using ui::Palette::accent;
+
+void LayerChrome::moveChanged(PlanetModel& model, QPointF translation, double side) {
+    if (!m_dragStartCenter) {
+        const std::optional<PlacedLayer> layer = model.layer(m_id);
+        if (!layer)
+            return;
+        m_dragStartCenter = layer->center;
+        model.setSelectedLayerID(m_id);
+        model.recordHistory();
+    }
+    const NormalizedPoint start = *m_dragStartCenter;
+    model.updateLayer(m_id,
+                      [&](PlacedLayer& l) { l.center = movedCenter(start, translation, side); });
+}
+
+void LayerChrome::resizeChanged(PlanetModel& model, QPointF center, QPointF pointer) {
+    const double distance = std::hypot(pointer.x() - center.x(), pointer.y() - center.y());
+    if (!m_resizeStart) {
+        const std::optional<PlacedLayer> layer = model.layer(m_id);
+        if (!layer)
+            return;
+        m_resizeStart = ResizeStart{layer->scale, std::max(distance, 1.0)};
+        model.recordHistory();
+    }
+    const ResizeStart start = *m_resizeStart;
+    model.updateLayer(m_id, [&](PlacedLayer& l) {
+        l.scale = resizedScale(start.scale, start.distance, distance);
+    });
+}
+
+void LayerChrome::rotateChanged(PlanetModel& model, QPointF center, QPointF pointer) {
+    if (!m_rotateStarted) {
+        m_rotateStarted = true;
+        model.recordHistory();
+    }
+    model.updateLayer(m_id, [&](PlacedLayer& l) { l.rotation = handleRotation(center, pointer); });
+}
+
+void LayerChrome::trackpadChanged(PlanetModel& model, double degrees) {
+    if (!m_trackpadRotateStart) {
+        const std::optional<PlacedLayer> layer = model.layer(m_id);
+        if (!layer)
+            return;
+        m_trackpadRotateStart = layer->rotation;
+        model.setSelectedLayerID(m_id);
+        model.recordHistory();
+    }
+    const double start = *m_trackpadRotateStart;
+    model.updateLayer(m_id,
+                      [&](PlacedLayer& l) { l.rotation = normalizedDegrees(degrees + start); });
+}
+
+void LayerChrome::paint(QPainter& painter, const LayerBox& box, bool selected) {
+    if (!selected)
+        return;
+    const double w = box.width;
+    const double h = box.height;
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.translate(box.center);
+    painter.rotate(box.rotation);
+
+    QPen outline(accent, chrome::outlineWidth, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin);
+    outline.setMiterLimit(10);
+    painter.setPen(outline);
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRect(QRectF(-w / 2, -h / 2, w, h));
+
+    const QPen handleEdge(QColor::fromRgbF(0, 0, 0, 0.55f), 1.0);
+    // Resize handle on the bottom-right corner.
+    painter.setPen(handleEdge);
+    painter.setBrush(accent);
+    painter.drawEllipse(chrome::resizeHandle(w, h));
+
+    // Rotation handle: stem, then the knob with its circular arrows.
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(ui::Palette::withAlpha(accent, 0.8));
+    painter.drawRect(chrome::rotationStem(w, h));
+    const QRectF knob = chrome::rotationKnob(w, h);
+    painter.setPen(handleEdge);
+    painter.setBrush(accent);
+    painter.drawEllipse(knob);
+    ui::paintSymbol(painter, knob.adjusted(2.5, 2.5, -2.5, -2.5),
+                    QStringLiteral("arrow.triangle.2.circlepath"),
+                    QColor::fromRgbF(0, 0, 0, 0.75f));
+
+    // Delete badge on the top-right corner.
+    const QRectF badge = chrome::deleteBadge(w, h);
+    painter.setPen(QPen(QColor::fromRgbF(0, 0, 0, 0.5f), 1.0));
+    painter.setBrush(QColor::fromRgbF(0.86f, 0.25f, 0.3f));
+    painter.drawEllipse(badge);
+    ui::paintSymbol(painter, badge.adjusted(4, 4, -4, -4), QStringLiteral("xmark"), Qt::white);
+    painter.restore();
+}
+
+QRectF LayerChrome::paintBounds(const LayerBox& box) {
+    // The padded area covers the rotation handle; the corner badge and handle reach
+    // a little beyond it sideways. Two pixels more for antialiasing.
+    return box.canvasBounds(chrome::hitArea(box.width, box.height).adjusted(-8, -2, 8, 2))
+        .adjusted(-2, -2, 2, 2);
+}
+
+} // namespace velmora

@@ -18,6 +18,7 @@ namespace {
 const QHash<QString, QString>& symbolTable() {
     static const QHash<QString, QString> table{
         {QStringLiteral("globe"), QStringLiteral("globe.svg")},
+        {QStringLiteral("globe.thin"), QStringLiteral("globe-thin.svg")},
         {QStringLiteral("cloud.sun.fill"), QStringLiteral("cloud-sun-fill.svg")},
         {QStringLiteral("line.3.horizontal"), QStringLiteral("list-bold.svg")},
         {QStringLiteral("hurricane"), QStringLiteral("hurricane-bold.svg")},

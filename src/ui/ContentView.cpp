@@ -1,0 +1,385 @@
+#include "ui/ContentView.h"
+
+#include "model/ImageDecoding.h"
+#include "model/PlanetModel.h"
+#include "ui/CanvasRegion.h"
+#include "ui/CopyToast.h"
+#include "ui/Header.h"
+#include "ui/HeaderButton.h"
+#include "ui/LayerLibraryPanel.h"
+#include "ui/Palette.h"
+#include "ui/Sidebar.h"
+#include "ui/SizeSelector.h"
+#include "ui/Typography.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGraphicsOpacityEffect>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPainter>
+#include <QParallelAnimationGroup>
+#include <QPropertyAnimation>
+#include <QPushButton>
+#include <QTimer>
+#include <QVBoxLayout>
+#include <QVariantAnimation>
+
+namespace velmora::ui {
+
+namespace {
+
+/// A one-pixel divider in the hairline colour.
+QWidget* hairline(Qt::Orientation orientation) {
+    auto* line = new QWidget;
+    line->setAutoFillBackground(true);
+    QPalette pal = line->palette();
+    pal.setColor(QPalette::Window, Palette::hairline);
+    line->setPalette(pal);
+    if (orientation == Qt::Horizontal)
+        line->setFixedHeight(1);
+    else
+        line->setFixedWidth(1);
+    return line;
+}
+
+/// The busy cursor while an export or a copy renders on the main thread.
+class BusyCursor {
+public:
+    BusyCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
+    ~BusyCursor() { QApplication::restoreOverrideCursor(); }
+    BusyCursor(const BusyCursor&) = delete;
+    BusyCursor& operator=(const BusyCursor&) = delete;
+};
+
+bool clipboardHasImage() {
+    const QMimeData* mime = QGuiApplication::clipboard()->mimeData();
+    return mime && (mime->hasImage() || mime->hasFormat(QStringLiteral("image/png")) ||
+                    mime->hasFormat(QStringLiteral("image/tiff")));
+}
+
+constexpr int libraryDrawerWidth = 1 + LayerLibraryPanel::panelWidth;
+
+} // namespace
+
+ContentView::ContentView(QWidget* parent)
+    : QWidget(parent)
+    , m_model(std::make_unique<PlanetModel>()) {
+    setObjectName(QStringLiteral("contentView"));
+    setMinimumSize(1100, 760);
+    chooseImageFile = [this] { return defaultImageFile(); };
+    chooseExportFile = [this](const QString& name) { return defaultExportFile(name); };
+    buildLayout();
+    buildActions();
+
+    connect(m_model.get(), &PlanetModel::canUndoChanged, this, &ContentView::refreshEnabling);
+    connect(m_model.get(), &PlanetModel::canRedoChanged, this, &ContentView::refreshEnabling);
+    connect(m_model.get(), &PlanetModel::sourceNameChanged, this, &ContentView::refreshEnabling);
+    connect(m_model.get(), &PlanetModel::outputSizeChanged, m_sizes, &SizeSelector::refresh);
+    refreshEnabling();
+}
+
+ContentView::~ContentView() {
+    // The views refer to the model, so they go before it.
+    qDeleteAll(findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly));
+}
+
+void ContentView::buildLayout() {
+    auto* root = new QVBoxLayout(this);
+    root->setContentsMargins(0, 0, 0, 0);
+    root->setSpacing(0);
+
+    m_header = new Header(this);
+    root->addWidget(m_header);
+    root->addWidget(hairline(Qt::Horizontal));
+
+    auto* main = new QHBoxLayout;
+    main->setSpacing(0);
+    m_sidebar = new Sidebar(*m_model, this);
+    main->addWidget(m_sidebar);
+    main->addWidget(hairline(Qt::Vertical));
+    m_region = new CanvasRegion(*m_model, this);
+    main->addWidget(m_region, 1);
+    // The library slides in from the trailing edge inside a drawer whose width grows.
+    m_libraryDrawer = new QWidget(this);
+    m_libraryDrawer->setObjectName(QStringLiteral("libraryDrawer"));
+    m_libraryDrawer->setFixedWidth(0);
+    m_libraryDrawer->installEventFilter(this);
+    main->addWidget(m_libraryDrawer);
+    root->addLayout(main, 1);
+
+    root->addWidget(hairline(Qt::Horizontal));
+    auto* bottom = new QWidget(this);
+    bottom->setObjectName(QStringLiteral("outputBar"));
+    auto* bar = new QHBoxLayout(bottom);
+    bar->setContentsMargins(22, 12, 22, 12);
+    bar->setSpacing(22);
+    auto* output = new QLabel(QStringLiteral("Output"));
+    output->setFont(uiFont(12));
+    QPalette pal = output->palette();
+    pal.setColor(QPalette::WindowText, Palette::secondaryText);
+    output->setPalette(pal);
+    bar->addWidget(output);
+    m_sizes = new SizeSelector(
+        outputSizes, [this] { return m_model->outputSize(); },
+        [this](int size) { m_model->setOutputSize(size); });
+    bar->addWidget(m_sizes);
+    bar->addStretch(1);
+    root->addWidget(bottom);
+
+    m_toast = new CopyToast(this);
+    auto* fade = new QGraphicsOpacityEffect(m_toast);
+    fade->setOpacity(0.0);
+    m_toast->setGraphicsEffect(fade);
+    m_toast->hide();
+
+    connect(m_header->undoButton(), &QAbstractButton::clicked, m_model.get(), &PlanetModel::undo);
+    connect(m_header->redoButton(), &QAbstractButton::clicked, m_model.get(), &PlanetModel::redo);
+    connect(m_header->importButton(), &QAbstractButton::clicked, this, &ContentView::importPhoto);
+    connect(m_header->exportButton(), &QAbstractButton::clicked, this, &ContentView::exportImage);
+    connect(m_header->layersToggle(), &QAbstractButton::clicked, this, &ContentView::toggleLibrary);
+    connect(m_region, &CanvasRegion::filesDropped, this, &ContentView::handleDrop);
+    connect(m_region, &CanvasRegion::importRequested, this, &ContentView::importPhoto);
+}
+
+void ContentView::buildActions() {
+    // The window's shortcuts, spelled by the platform's standard keys.
+    const auto action = [this](const QList<QKeySequence>& keys, auto slot) {
+        auto* a = new QAction(this);
+        a->setShortcuts(keys);
+        a->setShortcutContext(Qt::WindowShortcut);
+        connect(a, &QAction::triggered, this, slot);
+        addAction(a);
+        return a;
+    };
+    m_undo = action(QKeySequence::keyBindings(QKeySequence::Undo), [this] { m_model->undo(); });
+    QList<QKeySequence> redo = QKeySequence::keyBindings(QKeySequence::Redo);
+    for (const QKeySequence& extra :
+         {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)}) {
+        if (!redo.contains(extra))
+            redo.append(extra);
+    }
+    m_redo = action(redo, [this] { m_model->redo(); });
+    m_copy = action(QKeySequence::keyBindings(QKeySequence::Copy), [this] { copyImage(); });
+    m_paste = action(QKeySequence::keyBindings(QKeySequence::Paste), [this] { pasteImage(); });
+}
+
+void ContentView::setHelpMenu(QMenu* menu) {
+    m_header->setHelpMenu(menu);
+}
+
+void ContentView::refreshEnabling() {
+    const bool hasSource = m_model->hasSource();
+    m_header->undoButton()->setEnabled(m_model->canUndo());
+    m_header->redoButton()->setEnabled(m_model->canRedo());
+    m_undo->setEnabled(m_model->canUndo());
+    m_redo->setEnabled(m_model->canRedo());
+    m_header->exportButton()->setEnabled(hasSource);
+    m_header->layersToggle()->setEnabled(hasSource);
+    m_copy->setEnabled(hasSource);
+}
+
+// ---- intake --------------------------------------------------------------------
+
+QString ContentView::defaultImageFile() {
+    QStringList patterns;
+    for (const QString& suffix : readableImageSuffixes())
+        patterns << QStringLiteral("*.") + suffix << QStringLiteral("*.") + suffix.toUpper();
+    return QFileDialog::getOpenFileName(
+        this, QStringLiteral("Import Photo"),
+        m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder,
+        QStringLiteral("Images (%1)").arg(patterns.join(QLatin1Char(' '))));
+}
+
+void ContentView::importPhoto() {
+    const QString path = chooseImageFile();
+    if (path.isEmpty())
+        return;
+    m_lastFolder = QFileInfo(path).absolutePath();
+    // A file that does not decode leaves the planet as it was, quietly.
+    m_model->loadImageFile(path);
+}
+
+void ContentView::pasteImage() {
+    if (!clipboardHasImage())
+        return;
+    if (!m_model->hasSource()) {
+        m_model->pasteFromClipboard();
+        return;
+    }
+    if (m_pasteConfirm)
+        return;
+    m_pasteConfirm = new QMessageBox(this);
+    m_pasteConfirm->setObjectName(QStringLiteral("pasteConfirmation"));
+    m_pasteConfirm->setWindowTitle(QStringLiteral("Paste image?"));
+    m_pasteConfirm->setText(QStringLiteral("Paste image?"));
+    m_pasteConfirm->setInformativeText(QStringLiteral(
+        "Pasting a new image will discard your current planet. This can't be undone."));
+    m_pasteConfirm->setIcon(QMessageBox::Warning);
+    QPushButton* replace = m_pasteConfirm->addButton(QStringLiteral("Replace current edit"),
+                                                     QMessageBox::DestructiveRole);
+    replace->setObjectName(QStringLiteral("replace"));
+    QPushButton* cancel =
+        m_pasteConfirm->addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
+    cancel->setObjectName(QStringLiteral("cancel"));
+    m_pasteConfirm->setDefaultButton(cancel);
+    m_pasteConfirm->setAttribute(Qt::WA_DeleteOnClose);
+    connect(m_pasteConfirm, &QMessageBox::buttonClicked, this,
+            [this, replace](QAbstractButton* button) {
+                if (button == replace)
+                    m_model->pasteFromClipboard();
+            });
+    connect(m_pasteConfirm, &QObject::destroyed, this, [this] { m_pasteConfirm = nullptr; });
+    m_pasteConfirm->open();
+}
+
+void ContentView::handleDrop(const QList<QUrl>& urls) {
+    if (urls.isEmpty() || !urls.front().isLocalFile())
+        return;
+    // Only the first file; it loads once the drop has finished.
+    const QString path = urls.front().toLocalFile();
+    QMetaObject::invokeMethod(
+        this, [this, path] { m_model->loadImageFile(path); }, Qt::QueuedConnection);
+}
+
+// ---- output --------------------------------------------------------------------
+
+QString ContentView::defaultExportFile(const QString& suggestedName) {
+    const QString folder = m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder;
+    return QFileDialog::getSaveFileName(this, QStringLiteral("Export"),
+                                        QDir(folder).filePath(suggestedName),
+                                        QStringLiteral("PNG image (*.png)"));
+}
+
+void ContentView::exportImage() {
+    if (!m_model->hasSource())
+        return;
+    QString path = chooseExportFile(m_model->defaultExportFileName());
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).suffix().compare(QLatin1String("png"), Qt::CaseInsensitive) != 0)
+        path += QStringLiteral(".png");
+    m_lastFolder = QFileInfo(path).absolutePath();
+    const BusyCursor busy;
+    m_model->exportPNG(path); // failures are quiet; the file is written whole or not at all
+}
+
+void ContentView::copyImage() {
+    if (!m_model->hasSource())
+        return;
+    {
+        const BusyCursor busy;
+        m_model->copyToClipboard();
+    }
+    // Only the latest copy hides the toast.
+    const int id = ++m_copyToastID;
+    setToastShown(true);
+    QTimer::singleShot(toastMs, this, [this, id] {
+        if (id == m_copyToastID)
+            setToastShown(false);
+    });
+}
+
+void ContentView::placeToast() {
+    const QSize size = m_toast->sizeHint();
+    const int bottom = height() - 64 + FloatingCapsule::shadowMargins().bottom();
+    m_toast->setGeometry((width() - size.width()) / 2, bottom - size.height(), size.width(),
+                         size.height());
+}
+
+void ContentView::setToastShown(bool shown) {
+    if (shown == m_toastShown)
+        return;
+    m_toastShown = shown;
+    placeToast();
+    const QPoint rest = m_toast->pos();
+    const QPoint below = rest + QPoint(0, 40);
+    auto* fade = static_cast<QGraphicsOpacityEffect*>(m_toast->graphicsEffect());
+    auto* group = new QParallelAnimationGroup(this);
+    auto* move = new QPropertyAnimation(m_toast, "pos", group);
+    auto* opacity = new QPropertyAnimation(fade, "opacity", group);
+    // In with a little spring, out with an ease-out.
+    move->setDuration(shown ? 350 : 300);
+    move->setEasingCurve(shown ? QEasingCurve(QEasingCurve::OutBack)
+                               : QEasingCurve(QEasingCurve::OutCubic));
+    move->setStartValue(shown ? below : rest);
+    move->setEndValue(shown ? rest : below);
+    opacity->setDuration(shown ? 250 : 300);
+    opacity->setStartValue(fade->opacity());
+    opacity->setEndValue(shown ? 1.0 : 0.0);
+    group->addAnimation(move);
+    group->addAnimation(opacity);
+    connect(group, &QAbstractAnimation::finished, this, [this, shown] {
+        if (!shown && !m_toastShown)
+            m_toast->hide();
+    });
+    if (shown) {
+        m_toast->move(below);
+        m_toast->show();
+        m_toast->raise();
+    }
+    group->start(QAbstractAnimation::DeleteWhenStopped);
+}
+
+// ---- library panel -------------------------------------------------------------
+
+void ContentView::toggleLibrary() {
+    if (!m_model->hasSource())
+        return;
+    m_showLibrary = !m_showLibrary;
+    m_header->layersToggle()->setChecked(m_showLibrary);
+    if (m_showLibrary && !m_library) {
+        // A new panel each time it appears: it starts again at All.
+        auto* divider = hairline(Qt::Vertical);
+        divider->setParent(m_libraryDrawer);
+        divider->setObjectName(QStringLiteral("libraryDivider"));
+        m_library = new LayerLibraryPanel(*m_model, m_libraryDrawer);
+        divider->setGeometry(0, 0, 1, height());
+        divider->show();
+        m_library->show();
+    }
+    if (!m_libraryAnimation) {
+        m_libraryAnimation = new QVariantAnimation(this);
+        m_libraryAnimation->setDuration(libraryAnimationMs);
+        m_libraryAnimation->setEasingCurve(QEasingCurve::InOutQuad);
+        connect(m_libraryAnimation, &QVariantAnimation::valueChanged, this,
+                [this](const QVariant& v) { m_libraryDrawer->setFixedWidth(v.toInt()); });
+        connect(m_libraryAnimation, &QVariantAnimation::finished, this, [this] {
+            if (!m_showLibrary && m_library) {
+                qDeleteAll(
+                    m_libraryDrawer->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly));
+                m_library = nullptr;
+            }
+        });
+    }
+    // From wherever it is now, so a quick second toggle turns it round.
+    m_libraryAnimation->stop();
+    m_libraryAnimation->setStartValue(m_libraryDrawer->width());
+    m_libraryAnimation->setEndValue(m_showLibrary ? libraryDrawerWidth : 0);
+    m_libraryAnimation->start();
+}
+
+void ContentView::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    placeToast();
+}
+
+bool ContentView::eventFilter(QObject* watched, QEvent* event) {
+    // The drawer's content is anchored to its leading edge and clipped at the window's
+    // trailing edge, so a growing drawer moves the panel in from that side.
+    if (watched == m_libraryDrawer && event->type() == QEvent::Resize && m_library) {
+        const int h = m_libraryDrawer->height();
+        m_library->setGeometry(1, 0, LayerLibraryPanel::panelWidth, h);
+        if (auto* divider = m_libraryDrawer->findChild<QWidget*>(QStringLiteral("libraryDivider")))
+            divider->setGeometry(0, 0, 1, h);
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+} // namespace velmora::ui

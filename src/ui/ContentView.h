@@ -1,0 +1,108 @@
+#pragma once
+
+#include <QList>
+#include <QUrl>
+#include <QWidget>
+
+#include <functional>
+#include <memory>
+
+class QAction;
+class QMenu;
+class QMessageBox;
+class QVariantAnimation;
+
+namespace velmora {
+class PlanetModel;
+}
+
+namespace velmora::ui {
+
+class CanvasRegion;
+class CopyToast;
+class Header;
+class LayerLibraryPanel;
+class Sidebar;
+class SizeSelector;
+
+/// The window's content: it owns the document and lays out the header, the sidebar,
+/// the canvas region, the library panel (while shown) and the output bar, and it
+/// runs the actions that bring pictures in and send planets out.
+class ContentView : public QWidget {
+    Q_OBJECT
+
+public:
+    static inline const QList<int> outputSizes{2048, 4096, 6144, 8192};
+    static constexpr int libraryAnimationMs = 220;
+    static constexpr int toastMs = 1800;
+
+    /// Creates the document from the resources folder.
+    explicit ContentView(QWidget* parent = nullptr);
+    ~ContentView() override;
+
+    PlanetModel& model() const { return *m_model; }
+    Header* header() const { return m_header; }
+    Sidebar* sidebar() const { return m_sidebar; }
+    CanvasRegion* canvasRegion() const { return m_region; }
+    SizeSelector* sizeSelector() const { return m_sizes; }
+    /// The library panel while shown (or sliding), else null.
+    LayerLibraryPanel* libraryPanel() const { return m_library; }
+    bool isLibraryShown() const { return m_showLibrary; }
+    CopyToast* toast() const { return m_toast; }
+    bool isToastShown() const { return m_toastShown; }
+    QMessageBox* pasteConfirmation() const { return m_pasteConfirm; }
+
+    QAction* undoAction() const { return m_undo; }
+    QAction* redoAction() const { return m_redo; }
+    QAction* copyAction() const { return m_copy; }
+    QAction* pasteAction() const { return m_paste; }
+
+    /// How files are chosen; replaced by tests. Empty strings mean cancelled.
+    std::function<QString()> chooseImageFile;
+    std::function<QString(const QString& suggestedName)> chooseExportFile;
+
+    void setHelpMenu(QMenu* menu);
+
+public Q_SLOTS:
+    void importPhoto();
+    void pasteImage();
+    void handleDrop(const QList<QUrl>& urls);
+    void exportImage();
+    void copyImage();
+    void toggleLibrary();
+
+private:
+    void buildLayout();
+    void buildActions();
+    void refreshEnabling();
+    void setToastShown(bool shown);
+    void placeToast();
+    QString defaultImageFile();
+    QString defaultExportFile(const QString& suggestedName);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    std::unique_ptr<PlanetModel> m_model;
+    Header* m_header = nullptr;
+    Sidebar* m_sidebar = nullptr;
+    CanvasRegion* m_region = nullptr;
+    QWidget* m_libraryDrawer = nullptr;
+    LayerLibraryPanel* m_library = nullptr;
+    QVariantAnimation* m_libraryAnimation = nullptr;
+    bool m_showLibrary = false;
+    SizeSelector* m_sizes = nullptr;
+    CopyToast* m_toast = nullptr;
+    bool m_toastShown = false;
+    int m_copyToastID = 0;
+    QMessageBox* m_pasteConfirm = nullptr;
+    QAction* m_undo = nullptr;
+    QAction* m_redo = nullptr;
+    QAction* m_copy = nullptr;
+    QAction* m_paste = nullptr;
+    QString m_lastFolder;
+};
+
+} // namespace velmora::ui

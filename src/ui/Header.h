@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QWidget>
+
+class QMenu;
+class QMenuBar;
+
+namespace velmora::ui {
+
+class HeaderButton;
+
+/// The top row of the window: the mark, the title, the Help menu, undo and redo,
+/// Import Photo, Export, the Layers toggle and the window controls. The window has
+/// no system title bar, so this row is the title bar: drag it to move the window,
+/// double-click it to maximise.
+class Header : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit Header(QWidget* parent = nullptr);
+
+    HeaderButton* undoButton() const { return m_undo; }
+    HeaderButton* redoButton() const { return m_redo; }
+    HeaderButton* importButton() const { return m_import; }
+    HeaderButton* exportButton() const { return m_export; }
+    HeaderButton* layersToggle() const { return m_layers; }
+    QMenuBar* menuBar() const { return m_menuBar; }
+    /// Puts `menu` (the application's Help menu) in the header's menu bar.
+    void setHelpMenu(QMenu* menu);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseDoubleClickEvent(QMouseEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
+
+private:
+    void toggleMaximised();
+
+    HeaderButton* m_undo = nullptr;
+    HeaderButton* m_redo = nullptr;
+    HeaderButton* m_import = nullptr;
+    HeaderButton* m_export = nullptr;
+    HeaderButton* m_layers = nullptr;
+    HeaderButton* m_maximise = nullptr;
+    QMenuBar* m_menuBar = nullptr;
+    bool m_watchingWindow = false;
+};
+
+} // namespace velmora::ui

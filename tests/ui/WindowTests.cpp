@@ -1,0 +1,388 @@
+#include "SliderDriving.h"
+
+#include "app/MainWindow.h"
+#include "canvas/PlanetCanvas.h"
+#include "model/PlanetModel.h"
+#include "model/Resources.h"
+#include "support/TestSupport.h"
+#include "ui/CanvasRegion.h"
+#include "ui/ContentView.h"
+#include "ui/CopyToast.h"
+#include "ui/Header.h"
+#include "ui/HeaderButton.h"
+#include "ui/LayerInspector.h"
+#include "ui/LayerLibraryPanel.h"
+#include "ui/PillToggle.h"
+#include "ui/PresetButton.h"
+#include "ui/SettingSlider.h"
+#include "ui/Sidebar.h"
+#include "ui/SizeSelector.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QBuffer>
+#include <QClipboard>
+#include <QDesktopServices>
+#include <QFileInfo>
+#include <QMenu>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSlider>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace velmora;
+
+namespace {
+
+/// Catches the addresses the Help menu asks the platform to open.
+class UrlCatcher : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> opened;
+public Q_SLOTS:
+    void open(const QUrl& url) { opened.append(url); }
+};
+
+class WindowTest : public ::testing::Test {
+protected:
+    WindowTest() {
+        setResourcesRoot(resources.path());
+        window = std::make_unique<MainWindow>();
+        window->resize(1400, 900);
+        window->show();
+        EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
+    }
+    ~WindowTest() override {
+        window.reset();
+        setResourcesRoot({});
+    }
+
+    ui::ContentView& view() const { return *window->content(); }
+    PlanetModel& model() const { return view().model(); }
+    ui::SettingSlider& slider(const char* title) const {
+        ui::SettingSlider* s = view().sidebar()->slider(QString::fromLatin1(title));
+        EXPECT_NE(s, nullptr) << title;
+        return *s;
+    }
+    void load(const QString& name = QStringLiteral("beach")) {
+        model().loadImage(render::Image::fromQImage(test::testPanorama(800, 400)), name);
+    }
+    void putPngOnClipboard(QSize size) {
+        QByteArray png;
+        QBuffer buffer(&png);
+        buffer.open(QIODevice::WriteOnly);
+        test::testPanorama(size.width(), size.height()).save(&buffer, "PNG");
+        auto* mime = new QMimeData;
+        mime->setData(QStringLiteral("image/png"), png);
+        QGuiApplication::clipboard()->setMimeData(mime);
+    }
+
+    test::SampleResources resources;
+    std::unique_ptr<MainWindow> window;
+};
+
+} // namespace
+
+TEST_F(WindowTest, AtLaunchOnlyWhatHasSomethingToActOnIsEnabled) {
+    EXPECT_EQ(window->windowTitle(), QStringLiteral("Velmora"));
+    EXPECT_EQ(window->objectName(), QStringLiteral("main"));
+    EXPECT_GE(view().minimumWidth(), 1100);
+    EXPECT_GE(view().minimumHeight(), 760);
+    EXPECT_TRUE(view().canvasRegion()->emptyState()->isVisible());
+    EXPECT_FALSE(view().canvasRegion()->canvas()->isVisible());
+    ui::Header* header = view().header();
+    EXPECT_FALSE(header->exportButton()->isEnabled());
+    EXPECT_FALSE(header->layersToggle()->isEnabled());
+    EXPECT_FALSE(header->undoButton()->isEnabled());
+    EXPECT_FALSE(header->redoButton()->isEnabled());
+    EXPECT_FALSE(view().copyAction()->isEnabled());
+    EXPECT_TRUE(header->importButton()->isEnabled());
+
+    load();
+    EXPECT_TRUE(view().canvasRegion()->canvas()->isVisible());
+    EXPECT_FALSE(view().canvasRegion()->emptyState()->isVisible());
+    EXPECT_TRUE(header->exportButton()->isEnabled());
+    EXPECT_TRUE(header->layersToggle()->isEnabled());
+    EXPECT_TRUE(view().copyAction()->isEnabled());
+}
+
+TEST_F(WindowTest, ASliderDragIsOneUndoStepAndTheShortcutsUndoAndRedoIt) {
+    load();
+    auto& zoom = static_cast<ui::TintedSlider&>(*slider("Zoom").slider());
+    test::dragKnob(zoom, {test::nearestX(zoom, zoom.maximum() * 6 / 10),
+                          test::nearestX(zoom, zoom.maximum() * 7 / 10),
+                          test::nearestX(zoom, zoom.maximum() * 8 / 10)});
+    const double dragged = model().zoom();
+    EXPECT_GT(dragged, 2.5);
+    EXPECT_EQ(model().undoDepth(), 1);
+    EXPECT_TRUE(view().header()->undoButton()->isEnabled());
+
+    QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(model().zoom(), 1.0);
+    EXPECT_TRUE(view().header()->redoButton()->isEnabled());
+    EXPECT_FALSE(view().header()->undoButton()->isEnabled());
+    QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+    EXPECT_EQ(model().zoom(), dragged);
+    model().undo();
+    QTest::keyClick(window.get(), Qt::Key_Y, Qt::ControlModifier);
+    EXPECT_EQ(model().zoom(), dragged);
+
+    // Undo with nothing to undo does nothing.
+    model().clearHistory();
+    QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier);
+    EXPECT_EQ(model().zoom(), dragged);
+}
+
+TEST_F(WindowTest, ReadoutsUseEachSlidersFormat) {
+    model().setSaturation(0.0);
+    EXPECT_EQ(slider("Saturation").readoutText(), QStringLiteral("B&W"));
+    model().setSaturation(1.25);
+    EXPECT_EQ(slider("Saturation").readoutText(), QStringLiteral("1.25"));
+    model().setVignette(0.004);
+    EXPECT_EQ(slider("Vignette").readoutText(), QStringLiteral("Off"));
+    model().setVignette(0.25);
+    EXPECT_EQ(slider("Vignette").readoutText(), QStringLiteral("25%"));
+    EXPECT_EQ(slider("Seam Blend").readoutText(), QStringLiteral("12%"));
+    model().setBlendWidth(0.004);
+    EXPECT_EQ(slider("Seam Blend").readoutText(), QStringLiteral("Off"));
+    model().setRotationDegrees(37.4);
+    EXPECT_EQ(slider("Rotate").readoutText(), QStringLiteral("37\u00b0"));
+    model().setRepeats(2.0);
+    EXPECT_EQ(slider("Repeats").readoutText(), QStringLiteral("2"));
+    EXPECT_EQ(slider("Zoom").readoutText(), QStringLiteral("1.00"));
+
+    // Gamma works in log2 units: the slider's ends are 0.5 and 2.
+    auto& gamma = static_cast<ui::TintedSlider&>(*slider("Gamma").slider());
+    test::dragKnob(gamma, {gamma.width() / 3, 0});
+    EXPECT_DOUBLE_EQ(model().gamma(), 0.5);
+    EXPECT_EQ(slider("Gamma").readoutText(), QStringLiteral("0.50"));
+    test::dragKnob(gamma, {gamma.width() / 2, gamma.width() - 1});
+    EXPECT_DOUBLE_EQ(model().gamma(), 2.0);
+    EXPECT_EQ(slider("Gamma").readoutText(), QStringLiteral("2.00"));
+    model().setGamma(0.0); // reads back as log2(0.001), beyond the slider's end
+    EXPECT_EQ(slider("Gamma").readoutText(), QStringLiteral("0.00"));
+}
+
+TEST_F(WindowTest, StepButtonsStepOnceEachAndStopAtTheBounds) {
+    load();
+    ui::SettingSlider& vignette = slider("Vignette");
+    EXPECT_FALSE(vignette.minusButton()->isEnabled());
+    QTest::mouseClick(vignette.plusButton(), Qt::LeftButton);
+    QTest::mouseClick(vignette.plusButton(), Qt::LeftButton);
+    EXPECT_NEAR(model().vignette(), 0.02, 1e-12);
+    EXPECT_EQ(model().undoDepth(), 2);
+    EXPECT_TRUE(vignette.minusButton()->isEnabled());
+    model().setVignette(0.995);
+    QTest::mouseClick(vignette.plusButton(), Qt::LeftButton);
+    EXPECT_EQ(model().vignette(), 1.0);
+    EXPECT_FALSE(vignette.plusButton()->isEnabled());
+}
+
+TEST_F(WindowTest, PresetTilesApplyAndLoseTheirHighlightOnAManualChange) {
+    load();
+    const QList<ui::PresetButton*> tiles = view().sidebar()->presetButtons();
+    ASSERT_EQ(tiles.size(), 5);
+    EXPECT_TRUE(tiles[0]->isSelected());         // classic from the start
+    QTest::mouseClick(tiles[3], Qt::LeftButton); // Spiral Planet
+    EXPECT_EQ(model().selectedPreset(), PlanetModel::Preset::spiral);
+    EXPECT_TRUE(tiles[3]->isSelected());
+    EXPECT_FALSE(tiles[0]->isSelected());
+    EXPECT_EQ(slider("Twist").readoutText(), QStringLiteral("2.00"));
+
+    QTest::mouseClick(slider("Twist").plusButton(), Qt::LeftButton);
+    for (ui::PresetButton* tile : tiles)
+        EXPECT_FALSE(tile->isSelected());
+    model().undo();
+    EXPECT_TRUE(tiles[3]->isSelected());
+
+    // A colour change keeps the highlight.
+    QTest::mouseClick(slider("Vignette").plusButton(), Qt::LeftButton);
+    EXPECT_TRUE(tiles[3]->isSelected());
+}
+
+TEST_F(WindowTest, InvertRecordsHistoryClearsThePresetAndRenders) {
+    load();
+    model().applyPreset(PlanetModel::Preset::double_);
+    const int depth = model().undoDepth();
+    const int renders = model().previewRefreshCount();
+    QTest::mouseClick(view().sidebar()->invertToggle()->toggle(), Qt::LeftButton);
+    EXPECT_TRUE(model().invert());
+    EXPECT_EQ(model().undoDepth(), depth + 1);
+    EXPECT_EQ(model().selectedPreset(), std::nullopt);
+    EXPECT_EQ(model().previewRefreshCount(), renders + 1);
+}
+
+TEST_F(WindowTest, OutputSizesChangeOnlyTheOutputSize) {
+    load();
+    const int depth = model().undoDepth();
+    const int renders = model().previewRefreshCount();
+    QAbstractButton* largest = nullptr;
+    for (QAbstractButton* b : view().sizeSelector()->findChildren<QAbstractButton*>())
+        if (b->text() == QStringLiteral("8192"))
+            largest = b;
+    ASSERT_NE(largest, nullptr);
+    QTest::mouseClick(largest, Qt::LeftButton);
+    EXPECT_EQ(model().outputSize(), 8192);
+    EXPECT_EQ(model().undoDepth(), depth);
+    EXPECT_EQ(model().previewRefreshCount(), renders);
+    EXPECT_EQ(view().sizeSelector()->sizes(), (QList<int>{2048, 4096, 6144, 8192}));
+}
+
+TEST_F(WindowTest, LibraryPanelSlidesInAndOutAndNeedsAPicture) {
+    QTest::mouseClick(view().header()->layersToggle(), Qt::LeftButton);
+    EXPECT_FALSE(view().isLibraryShown()); // disabled without a picture
+    load();
+    QTest::mouseClick(view().header()->layersToggle(), Qt::LeftButton);
+    EXPECT_TRUE(view().isLibraryShown());
+    ASSERT_NE(view().libraryPanel(), nullptr);
+    QTest::qWait(ui::ContentView::libraryAnimationMs + 150);
+    EXPECT_EQ(view().libraryPanel()->width(), ui::LayerLibraryPanel::panelWidth);
+    EXPECT_TRUE(view().header()->layersToggle()->isChecked());
+
+    // Twice quickly: hidden at the end, each change animated.
+    QTest::mouseClick(view().header()->layersToggle(), Qt::LeftButton);
+    QTest::qWait(40);
+    QTest::mouseClick(view().header()->layersToggle(), Qt::LeftButton);
+    QTest::qWait(40);
+    QTest::mouseClick(view().header()->layersToggle(), Qt::LeftButton);
+    QTest::qWait(ui::ContentView::libraryAnimationMs + 150);
+    EXPECT_FALSE(view().isLibraryShown());
+    EXPECT_EQ(view().libraryPanel(), nullptr);
+    EXPECT_FALSE(view().header()->layersToggle()->isChecked());
+}
+
+TEST_F(WindowTest, TheInspectorFollowsTheSelection) {
+    load();
+    ui::LayerInspector* inspector = view().canvasRegion()->inspector();
+    EXPECT_FALSE(inspector->isVisible());
+    model().addLayer(QStringLiteral("Glows/orb.png"), {0.5, 0.5});
+    QTest::qWait(300);
+    EXPECT_TRUE(inspector->isVisible());
+    const QRect region = view().canvasRegion()->rect();
+    const QRect capsule = inspector->capsuleRect().translated(inspector->pos());
+    EXPECT_NEAR(capsule.center().x(), region.center().x(), 2);
+    EXPECT_NEAR(region.bottom() + 1 - (capsule.bottom() + 1), 18, 1);
+    model().setSelectedLayerID(QUuid());
+    QTest::qWait(300);
+    EXPECT_FALSE(inspector->isVisible());
+}
+
+TEST_F(WindowTest, PasteAsksBeforeReplacingAPictureAndCancelChangesNothing) {
+    putPngOnClipboard({300, 150});
+    view().pasteAction()->trigger(); // nothing loaded: no question
+    EXPECT_EQ(model().sourceName(), QStringLiteral("Pasted"));
+    EXPECT_EQ(view().pasteConfirmation(), nullptr);
+
+    load(QStringLiteral("beach"));
+    model().addLayer(QStringLiteral("Glows/orb.png"), {0.5, 0.5});
+    view().pasteAction()->trigger();
+    QMessageBox* dialog = view().pasteConfirmation();
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_EQ(dialog->text(), QStringLiteral("Paste image?"));
+    EXPECT_EQ(dialog->informativeText(),
+              QStringLiteral(
+                  "Pasting a new image will discard your current planet. This can't be undone."));
+    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("cancel")), Qt::LeftButton);
+    QApplication::processEvents();
+    EXPECT_EQ(model().sourceName(), QStringLiteral("beach"));
+    EXPECT_EQ(model().layers().size(), 1);
+
+    view().pasteAction()->trigger();
+    dialog = view().pasteConfirmation();
+    ASSERT_NE(dialog, nullptr);
+    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("replace")), Qt::LeftButton);
+    QApplication::processEvents();
+    EXPECT_EQ(model().sourceName(), QStringLiteral("Pasted"));
+    EXPECT_TRUE(model().layers().isEmpty());
+}
+
+TEST_F(WindowTest, OnlyTheLatestCopyHidesTheToast) {
+    load();
+    model().setOutputSize(2048);
+    view().copyImage();
+    EXPECT_TRUE(view().isToastShown());
+    QTest::qWait(1000);
+    view().copyImage();
+    QTest::qWait(900); // 1.9 s after the first copy: its timer has passed
+    EXPECT_TRUE(view().isToastShown());
+    EXPECT_TRUE(view().toast()->isVisible());
+    QTest::qWait(1300); // 2.2 s after the second: hidden, the fade done
+    EXPECT_FALSE(view().isToastShown());
+    EXPECT_FALSE(view().toast()->isVisible());
+}
+
+TEST_F(WindowTest, DroppingThreeFilesLoadsOnlyTheFirst) {
+    test::TempTree files;
+    QList<QUrl> urls;
+    for (const char* name : {"first.png", "second.png", "third.png"}) {
+        const QString path = files.file(QString::fromLatin1(name));
+        test::testPanorama(200, 100).save(path);
+        urls.append(QUrl::fromLocalFile(path));
+    }
+    QMimeData data;
+    data.setUrls(urls);
+    ui::CanvasRegion* region = view().canvasRegion();
+    QDragEnterEvent enter(QPoint(200, 200), Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(region, &enter);
+    EXPECT_TRUE(region->isTargeted());
+    QDropEvent drop(QPointF(200, 200), Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(region, &drop);
+    EXPECT_FALSE(region->isTargeted());
+    QApplication::processEvents();
+    EXPECT_EQ(model().sourceName(), QStringLiteral("first"));
+}
+
+TEST_F(WindowTest, ImportAndExportGoThroughTheirDialogs) {
+    test::TempTree files;
+    const QString picture = files.file(QStringLiteral("beach.jpg"));
+    test::testPanorama(400, 200).save(picture);
+    view().chooseImageFile = [&] { return picture; };
+    QTest::mouseClick(view().header()->importButton(), Qt::LeftButton);
+    EXPECT_EQ(model().sourceName(), QStringLiteral("beach"));
+
+    QString suggested;
+    const QString out = files.file(QStringLiteral("planet"));
+    view().chooseExportFile = [&](const QString& name) {
+        suggested = name;
+        return out;
+    };
+    model().setOutputSize(2048);
+    QTest::mouseClick(view().header()->exportButton(), Qt::LeftButton);
+    EXPECT_EQ(suggested, QStringLiteral("beach-velmora.png"));
+    EXPECT_TRUE(QFileInfo::exists(out + QStringLiteral(".png"))); // the PNG suffix is added
+
+    view().chooseImageFile = [] { return QString(); }; // cancelled: nothing happens
+    QTest::mouseClick(view().header()->importButton(), Qt::LeftButton);
+    EXPECT_EQ(model().sourceName(), QStringLiteral("beach"));
+}
+
+TEST_F(WindowTest, HelpMenuHasExactlyItsThreeLinks) {
+    const QList<QAction*> items = window->helpMenu()->actions();
+    ASSERT_EQ(items.size(), 4);
+    EXPECT_EQ(items[0]->text(), QStringLiteral("Getting Started"));
+    EXPECT_EQ(items[1]->text(), QStringLiteral("Contact Support"));
+    EXPECT_TRUE(items[2]->isSeparator());
+    EXPECT_EQ(items[3]->text(), QStringLiteral("More Apps"));
+
+    UrlCatcher catcher;
+    for (const char* scheme : {"mailto", "https", "http"})
+        QDesktopServices::setUrlHandler(QString::fromLatin1(scheme), &catcher, "open");
+    items[1]->trigger();
+    items[0]->trigger();
+    items[3]->trigger();
+    for (const char* scheme : {"mailto", "https", "http"})
+        QDesktopServices::unsetUrlHandler(QString::fromLatin1(scheme));
+    ASSERT_EQ(catcher.opened.size(), 3);
+    EXPECT_EQ(catcher.opened[0].scheme(), QStringLiteral("mailto"));
+    EXPECT_EQ(catcher.opened[0].query(), QStringLiteral("subject=Velmora"));
+    EXPECT_EQ(catcher.opened[0], MainWindow::contactSupportUrl());
+    EXPECT_EQ(catcher.opened[1], MainWindow::gettingStartedUrl());
+    EXPECT_EQ(catcher.opened[2], MainWindow::moreAppsUrl());
+}
+
+#include "WindowTests.moc"

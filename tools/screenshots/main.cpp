@@ -1,0 +1,59 @@
+// Takes the screenshots in docs/ of the real window, scripted: the empty window, and
+// the sample planet with the library open and a turned layer selected. Run it under
+// a display (Xvfb works): velmora_screenshots OUTDIR [RESOURCES]
+
+#include "app/Application.h"
+#include "app/MainWindow.h"
+#include "model/PlanetModel.h"
+#include "model/Resources.h"
+#include "ui/ContentView.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QTimer>
+
+using namespace velmora;
+
+namespace {
+
+void settle(int ms) {
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: velmora_screenshots OUTDIR [RESOURCES]\n");
+        return 2;
+    }
+    const QDir out(QString::fromLocal8Bit(argv[1]));
+    if (argc > 2)
+        setResourcesRoot(QString::fromLocal8Bit(argv[2]));
+    prepareApplication();
+
+    MainWindow window;
+    window.resize(1400, 900);
+    window.show();
+    settle(800);
+    window.grab().save(out.filePath(QStringLiteral("window-empty.png")));
+
+    PlanetModel& model = window.content()->model();
+    if (!model.loadImageFile(resourcesRoot() + QStringLiteral("/samples/panorama.jpg")).isEmpty())
+        return 1;
+    window.content()->toggleLibrary();
+    model.addLayer(QStringLiteral("Glows/Glows_Golden sun.png"), {0.24, 0.2});
+    model.addLayer(QStringLiteral("Lens Flares/Lens Flares_Anamorphic gold.png"), {0.24, 0.2});
+    model.updateLayer(model.selectedLayerID(), [](PlacedLayer& l) { l.scale = 0.55; });
+    model.addLayer(QStringLiteral("Stickers/Stickers_Hot-air balloon.png"), {0.72, 0.3});
+    model.updateLayer(model.selectedLayerID(), [](PlacedLayer& l) {
+        l.rotation = 18;
+        l.scale = 0.16;
+    });
+    settle(1200);
+    window.grab().save(out.filePath(QStringLiteral("window-planet.png")));
+    return 0;
+}

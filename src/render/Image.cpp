@@ -130,13 +130,42 @@ private:
         const float oy = static_cast<float>(source.offset().y());
         // Fall back to bilinear when the pyramid was not built (no prepare()).
         const float lod = s.levelCount > 1 ? m_lod : 0.f;
+        // Source position = a * x + b * y + c for the pixel centre (x, y), in doubles
+        // from absolute coordinates, so tiles agree to the bit.
+        const double ax = m_inverse.m11(), bx = m_inverse.m21(), cx = m_inverse.dx() - ox;
+        const double ay = m_inverse.m12(), by = m_inverse.m22(), cy = m_inverse.dy() - oy;
         for (int y = inside.top(); y <= inside.bottom(); ++y) {
-            float* o = out.row(y - rect.top()) + 4 * (inside.left() - rect.left());
-            for (int x = inside.left(); x <= inside.right(); ++x, o += 4) {
-                // From absolute coordinates every time, so tiles agree to the bit.
-                const QPointF at = m_inverse.map(QPointF(x + 0.5, y + 0.5));
-                const float sx = static_cast<float>(at.x()) - ox;
-                const float sy = static_cast<float>(at.y()) - oy;
+            const double py = y + 0.5;
+            const double rowX = bx * py + cx;
+            const double rowY = by * py + cy;
+            // Only the stretch of the row whose samples can touch the artwork.
+            double from = inside.left();
+            double to = inside.right();
+            const auto clip = [&](double slope, double start, double lo, double hi) {
+                // slope * (x + 0.5) + start within [lo, hi]
+                if (slope == 0.0) {
+                    if (start < lo || start > hi)
+                        to = from - 1;
+                    return;
+                }
+                double a = (lo - start) / slope - 0.5;
+                double b = (hi - start) / slope - 0.5;
+                if (a > b)
+                    std::swap(a, b);
+                from = std::max(from, std::floor(a));
+                to = std::min(to, std::ceil(b));
+            };
+            clip(ax, rowX, -1.0, w + 1.0);
+            clip(ay, rowY, -1.0, h + 1.0);
+            if (!(to >= from))
+                continue;
+            const int x0 = static_cast<int>(from);
+            const int x1 = static_cast<int>(to);
+            float* o = out.row(y - rect.top()) + 4 * (x0 - rect.left());
+            for (int x = x0; x <= x1; ++x, o += 4) {
+                const double px = x + 0.5;
+                const float sx = static_cast<float>(ax * px + rowX);
+                const float sy = static_cast<float>(ay * px + rowY);
                 if (sx < -1.f || sy < -1.f || sx > w + 1.f || sy > h + 1.f)
                     continue;
                 const Rgba c =

@@ -3,6 +3,7 @@
 #include <QBuffer>
 #include <QtEndian>
 
+#include <immintrin.h>
 #include <isa-l/crc.h>
 #include <isa-l/igzip_lib.h>
 #include <oneapi/tbb/parallel_pipeline.h>
@@ -20,8 +21,24 @@ namespace {
 
 constexpr int bytesPerPixel = 4;
 
+/// ISA-L's wide vector code can return with the upper halves of the vector registers
+/// in use; every later plain-SSE instruction on that thread then pays to merge them
+/// (renders after an export ran at a third of their speed). Clearing them after each
+/// call keeps the rest of the program fast.
+__attribute__((target("avx"))) void clearUpperVectorsAvx() {
+    _mm256_zeroupper();
+}
+
+void clearUpperVectors() {
+    static const bool avx = __builtin_cpu_supports("avx");
+    if (avx)
+        clearUpperVectorsAvx();
+}
+
 uint32_t crc32(uint32_t running, const uchar* data, size_t length) {
-    return crc32_gzip_refl(running, data, length);
+    const uint32_t crc = crc32_gzip_refl(running, data, length);
+    clearUpperVectors();
+    return crc;
 }
 
 /// PNG's Paeth predictor.
@@ -163,6 +180,7 @@ void deflateStrip(Strip& strip, int level, bool last) {
         stream.next_out = strip.compressed.data() + produced;
         stream.avail_out = static_cast<uint32_t>(strip.compressed.size() - produced);
         isal_deflate(&stream);
+        clearUpperVectors();
         produced = strip.compressed.size() - stream.avail_out;
         const bool done =
             stream.avail_in == 0 && (last ? stream.internal_state.state == ZSTATE_END
@@ -260,6 +278,7 @@ bool writePng(const QImage& source, QIODevice& device, const PngEncoding& encodi
             tbb::make_filter<std::shared_ptr<Strip>, void>(
                 tbb::filter_mode::serial_in_order, [&](std::shared_ptr<Strip> strip) {
                     adler = isal_adler32(adler, strip->filtered.data(), strip->filtered.size());
+                    clearUpperVectors();
                     std::vector<uchar>& data = strip->compressed;
                     if (!headerWritten) {
                         data.insert(data.begin(), zlibHeader, zlibHeader + 2);

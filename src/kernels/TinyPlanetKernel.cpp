@@ -79,11 +79,11 @@ VM_INLINE float finiteOr(float x, float fallback) {
 }
 
 /// Maps `n` destination pixels of one row, starting at column x0, to panorama
-/// coordinates (u in [0, 1), v). Branch-free per pixel, so it vectorises; the choices
-/// that hold for the whole call are template parameters.
-template <bool Flips, bool Bend>
-VM_INLINE void mapRow(const Setup& k, int x0, int py, int n, float* __restrict us,
-                      float* __restrict vs) {
+/// coordinates (u in [0, 1), v). Branch-free per pixel and free of library calls, so
+/// it vectorises; the choices that hold for the whole row are template parameters.
+template <bool Flips, bool Bend, bool Twisted>
+VM_INLINE void mapSpan(const Setup& k, int x0, int py, int n, float* __restrict us,
+                       float* __restrict vs) {
     // Everything the loop reads, in locals: the stores below cannot then be suspected
     // of changing it, and the loop vectorises.
     const float cx = k.centreX, toHalf = k.toHalfSides, cosR = k.cosR, sinR = k.sinR;
@@ -93,7 +93,6 @@ VM_INLINE void mapRow(const Setup& k, int x0, int py, int n, float* __restrict u
     const float vBase = k.invert ? 0.f : 1.f;
     const float vSign = k.invert ? 1.f : -1.f;
     const float cosSign = k.invert ? -1.f : 1.f;
-    const bool twisted = twist != 0.f;
     const float qy0 = (static_cast<float>(py) + 0.5f - k.centreY) * toHalf;
 
     for (int i = 0; i < n; ++i) {
@@ -104,7 +103,7 @@ VM_INLINE void mapRow(const Setup& k, int x0, int py, int n, float* __restrict u
         const float s = r * invHorizon;
         float f = s;
         if constexpr (Bend)
-            f = s * std::pow((1.f + s * s) * 0.5f, bend);
+            f = s * fm::pow((1.f + s * s) * 0.5f, bend);
 
         float lon;
         float v;
@@ -121,14 +120,12 @@ VM_INLINE void mapRow(const Setup& k, int x0, int py, int n, float* __restrict u
             const float cosC = cosSign * (far ? -1.f : (1.f - ff) * inv);
             float sinT;
             float cosT;
-            if (!twisted) {
+            if constexpr (Twisted) {
+                fm::sincos(fm::atan2(qx, -qy) + twist * r, sinT, cosT);
+            } else {
                 const float invR = r > 0.f ? 1.f / r : 0.f;
                 sinT = qx * invR;
                 cosT = r > 0.f ? -qy * invR : 1.f;
-            } else {
-                const float t = fm::atan2(qx, -qy) + twist * r;
-                sinT = std::sin(t);
-                cosT = std::cos(t);
             }
             const float dx = sinC * sinT;
             const float dy = sinC * cosT;
@@ -144,6 +141,29 @@ VM_INLINE void mapRow(const Setup& k, int x0, int py, int n, float* __restrict u
         u -= static_cast<float>(floorToInt(u));
         us[i] = u;
         vs[i] = v;
+    }
+}
+
+/// mapSpan() for the shape in `k`, chosen once per row.
+VM_INLINE void mapRow(const Setup& k, int x0, int py, int n, float* __restrict us,
+                      float* __restrict vs) {
+    const bool bend = k.bend != 0.f;
+    if (!k.flips) {
+        // Without flips, twist only adds to the azimuth: no variant needed.
+        if (bend)
+            mapSpan<false, true, false>(k, x0, py, n, us, vs);
+        else
+            mapSpan<false, false, false>(k, x0, py, n, us, vs);
+    } else if (k.twist != 0.f) {
+        if (bend)
+            mapSpan<true, true, true>(k, x0, py, n, us, vs);
+        else
+            mapSpan<true, false, true>(k, x0, py, n, us, vs);
+    } else {
+        if (bend)
+            mapSpan<true, true, false>(k, x0, py, n, us, vs);
+        else
+            mapSpan<true, false, false>(k, x0, py, n, us, vs);
     }
 }
 
@@ -266,10 +286,11 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
     return sum * step;
 }
 
-// The hot loop is compiled twice, for AVX2/FMA machines and for any x86-64; the
-// dynamic loader picks one when the module is loaded.
-template <int Format, bool Opaque, bool Flips, bool Bend>
-__attribute__((target_clones("arch=haswell", "default"))) void
+// The hot loop is compiled twice, for x86-64-v3 (AVX2, FMA) and for any x86-64; the
+// dynamic loader picks one by the processor's features when the module is loaded.
+// (Not "arch=haswell": that clone is chosen by processor model, so AMD never gets it.)
+template <int Format, bool Opaque>
+__attribute__((target_clones("arch=x86-64-v3", "default"))) void
 runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0, int y0, int w,
          int h) {
     // Three rows of coordinates (above, this, below) with a column of margin on either
@@ -278,8 +299,8 @@ runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0, i
     alignas(32) float v[3][block + 8];
     RowFootprints foot;
 
-    mapRow<Flips, Bend>(k, x0 - 1, y0 - 1, w + 2, u[0], v[0]);
-    mapRow<Flips, Bend>(k, x0 - 1, y0, w + 2, u[1], v[1]);
+    mapRow(k, x0 - 1, y0 - 1, w + 2, u[0], v[0]);
+    mapRow(k, x0 - 1, y0, w + 2, u[1], v[1]);
     for (int j = 0; j < h; ++j) {
         const float* __restrict pu = u[j % 3];
         const float* __restrict pv = v[j % 3];
@@ -287,7 +308,7 @@ runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0, i
         const float* __restrict cv = v[(j + 1) % 3];
         float* __restrict nu = u[(j + 2) % 3];
         float* __restrict nv = v[(j + 2) % 3];
-        mapRow<Flips, Bend>(k, x0 - 1, y0 + j + 1, w + 2, nu, nv);
+        mapRow(k, x0 - 1, y0 + j + 1, w + 2, nu, nv);
 
         footprints(pu, pv, cu, cv, nu, nv, w, k.width, k.height, foot);
 
@@ -316,34 +337,22 @@ runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0, i
     }
 }
 
-template <int Format, bool Opaque, bool Flips, bool Bend>
+template <int Format, bool Opaque>
 void runBlocks(const VmSampler& src, const Setup& k, const VmDestination& d) {
     for (int by = d.y; by < d.y + d.height; by += block) {
         for (int bx = d.x; bx < d.x + d.width; bx += block) {
-            runBlock<Format, Opaque, Flips, Bend>(src, k, d, bx, by,
-                                                  std::min(block, d.x + d.width - bx),
-                                                  std::min(block, d.y + d.height - by));
+            runBlock<Format, Opaque>(src, k, d, bx, by, std::min(block, d.x + d.width - bx),
+                                     std::min(block, d.y + d.height - by));
         }
     }
-}
-
-template <int Format, bool Opaque>
-void runShape(const VmSampler& src, const Setup& k, const VmDestination& d) {
-    const bool bend = k.bend != 0.f;
-    if (k.flips)
-        bend ? runBlocks<Format, Opaque, true, true>(src, k, d)
-             : runBlocks<Format, Opaque, true, false>(src, k, d);
-    else
-        bend ? runBlocks<Format, Opaque, false, true>(src, k, d)
-             : runBlocks<Format, Opaque, false, false>(src, k, d);
 }
 
 template <int Format>
 void runFormat(const VmSampler& src, const Setup& k, const VmDestination& d) {
     if (src.opaque)
-        runShape<Format, true>(src, k, d);
+        runBlocks<Format, true>(src, k, d);
     else
-        runShape<Format, false>(src, k, d);
+        runBlocks<Format, false>(src, k, d);
 }
 
 } // namespace

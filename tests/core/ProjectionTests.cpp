@@ -68,6 +68,17 @@ protected:
         return worst;
     }
 
+    /// Largest difference between `a` and `b` outside `mask` pixels of the centre.
+    static int distanceOutside(const QImage& a, const QImage& b, double mask) {
+        int worst = 0;
+        for (int y = 0; y < side; ++y)
+            for (int x = 0; x < side; ++x)
+                if (std::hypot(x + 0.5 - side / 2.0, y + 0.5 - side / 2.0) >= mask)
+                    worst = std::max(worst,
+                                     test::channelDistance(a.pixelColor(x, y), b.pixelColor(x, y)));
+        return worst;
+    }
+
     static int largestDistance(const QImage& a, const QImage& b) {
         int worst = 0;
         for (int y = 0; y < a.height(); ++y)
@@ -193,6 +204,21 @@ TEST_F(ProjectionTest, FlipYTiltsTheViewSoTheHorizonRunsAcross) {
         EXPECT_TRUE(isSky(image.pixelColor(x, 3))) << x;
         EXPECT_FALSE(isSky(image.pixelColor(x, side - 4))) << x;
     }
+}
+
+TEST_F(ProjectionTest, AVanishingTiltDrawsTheSameShapeAsNone) {
+    // Any flip takes the kernel's other path, through the direction on the sphere; at
+    // a tilt far below a pixel both must draw the same planet, twisted and bent too.
+    for (float twist : {0.f, 1.5f})
+        for (float convexity : {0.f, 0.8f, -0.6f}) {
+            ProjectionParameters direct;
+            direct.twist = twist;
+            direct.convexity = convexity;
+            ProjectionParameters tilted = direct;
+            tilted.flipY = 1e-6f;
+            EXPECT_LE(distanceOutside(planet(direct), planet(tilted), 3.0), 3)
+                << "twist " << twist << " convexity " << convexity;
+        }
 }
 
 TEST_F(ProjectionTest, SeamBlendCrossFadesEndsThatDoNotMeet) {

@@ -150,6 +150,21 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
         {"Seam Blend", &PlanetModel::blendWidth, &PlanetModel::setBlendWidth,
          &PlanetModel::blendWidthChanged, 0, 0.4, 0.12, 0, &readoutPercentOrOff},
     };
+    const auto configFor = [this](const SliderRow& row, const char* symbol, QColor tint) {
+        SettingSliderConfig c;
+        c.title = QString::fromUtf8(row.title);
+        c.lower = row.lower;
+        c.upper = row.upper;
+        c.defaultValue = row.defaultValue;
+        c.step = row.step;
+        c.symbol = QString::fromLatin1(symbol);
+        c.tint = tint;
+        c.readout = row.readout;
+        c.value = [this, get = row.get] { return (m_model.*get)(); };
+        c.setValue = [this, set = row.set](double v) { (m_model.*set)(v); };
+        c.onCommit = [this] { m_model.recordHistory(); };
+        return c;
+    };
     const auto addSlider = [this](QVBoxLayout* to, SettingSliderConfig config, Signal changed) {
         const QString name = QStringLiteral("slider:") + config.title;
         auto* slider = new SettingSlider(std::move(config));
@@ -158,20 +173,8 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
         to->addWidget(slider);
         m_sliders.append(slider);
     };
-    for (const SliderRow& row : projection) {
-        SettingSliderConfig c;
-        c.title = QString::fromUtf8(row.title);
-        c.lower = row.lower;
-        c.upper = row.upper;
-        c.defaultValue = row.defaultValue;
-        c.step = row.step;
-        c.tint = Palette::accent;
-        c.readout = row.readout;
-        c.value = [this, get = row.get] { return (m_model.*get)(); };
-        c.setValue = [this, set = row.set](double v) { (m_model.*set)(v); };
-        c.onCommit = [this] { m_model.recordHistory(); };
-        addSlider(settings, std::move(c), row.changed);
-    }
+    for (const SliderRow& row : projection)
+        addSlider(settings, configFor(row, "", Palette::accent), row.changed);
 
     // Invert has no drag to commit at, so its binding records history itself.
     m_invert = new PillToggle(
@@ -201,22 +204,8 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
          &PlanetModel::vignetteChanged, 0, 1, 0, 0, &readoutPercentOrOff},
     };
     const char* symbols[] = {"drop.fill", "camera.aperture"};
-    for (int i = 0; i < 2; ++i) {
-        const SliderRow& row = grading[i];
-        SettingSliderConfig c;
-        c.title = QString::fromUtf8(row.title);
-        c.lower = row.lower;
-        c.upper = row.upper;
-        c.defaultValue = row.defaultValue;
-        c.step = row.step;
-        c.symbol = QString::fromLatin1(symbols[i]);
-        c.tint = Palette::warm;
-        c.readout = row.readout;
-        c.value = [this, get = row.get] { return (m_model.*get)(); };
-        c.setValue = [this, set = row.set](double v) { (m_model.*set)(v); };
-        c.onCommit = [this] { m_model.recordHistory(); };
-        addSlider(settings, std::move(c), row.changed);
-    }
+    for (int i = 0; i < 2; ++i)
+        addSlider(settings, configFor(grading[i], symbols[i], Palette::warm), grading[i].changed);
     column->addLayout(settings);
 
     auto* reset =

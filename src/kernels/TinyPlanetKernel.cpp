@@ -277,6 +277,36 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
     const VmLevel& at = src.levels[level];
     Rgba sum;
     const float step = 1.f / static_cast<float>(taps);
+    if (f.dv[i] == 0.f) {
+        // Stretched round the planet: every tap reads the same two rows, so find them
+        // once and blend the rows' sums instead of each tap's pair.
+        const int w = at.width;
+        const int h = at.height;
+        const float y = clampf(v, 0.f, 1.f) * static_cast<float>(h) - 0.5f;
+        const int y0 = static_cast<int>(y + 1.f) - 1;
+        const float ty = y - static_cast<float>(y0);
+        const unsigned char* r0 = rowOf(at, y0 < 0 ? 0 : y0);
+        const unsigned char* r1 = rowOf(at, y0 + 1 < h ? y0 + 1 : h - 1);
+        Rgba top;
+        Rgba bottom;
+        const float spacing = step * f.du[i];
+        const float first = u - 0.5f * f.du[i] + 0.5f * spacing;
+        for (int t = 0; t < taps; ++t) {
+            float tu = first + static_cast<float>(t) * spacing;
+            tu -= static_cast<float>(floorToInt(tu));
+            const float x = tu * static_cast<float>(w) - 0.5f;
+            int x0 = static_cast<int>(x + 1.f) - 1;
+            const float tx = x - static_cast<float>(x0);
+            int x1 = x0 + 1;
+            x0 = x0 < 0 ? w - 1 : x0;
+            x1 = x1 >= w ? 0 : x1;
+            top = top + lerp(texelInRow<Format, Opaque>(src, r0, x0),
+                             texelInRow<Format, Opaque>(src, r0, x1), tx);
+            bottom = bottom + lerp(texelInRow<Format, Opaque>(src, r1, x0),
+                                   texelInRow<Format, Opaque>(src, r1, x1), tx);
+        }
+        return lerp(top, bottom, ty) * step;
+    }
     for (int t = 0; t < taps; ++t) {
         const float along = (static_cast<float>(t) + 0.5f) * step - 0.5f;
         float tu = u + along * f.du[i];

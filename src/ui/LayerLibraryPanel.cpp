@@ -13,6 +13,7 @@
 #include <QHBoxLayout>
 #include <QHideEvent>
 #include <QLabel>
+#include <QLinearGradient>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
@@ -121,12 +122,29 @@ private:
 };
 
 /// The chip row's scroller: without a visible bar, so an ordinary wheel scrolls it
-/// sideways.
+/// sideways, and an edge fades out where more chips lie beyond it.
 class LayerLibraryPanel::ChipScroller final : public QScrollArea {
 public:
-    using QScrollArea::QScrollArea;
+    explicit ChipScroller(QWidget* parent)
+        : QScrollArea(parent)
+        , m_before(new EdgeFade(Qt::RightToLeft, this))
+        , m_after(new EdgeFade(Qt::LeftToRight, this)) {
+        m_before->setObjectName(QStringLiteral("fadeBefore"));
+        m_after->setObjectName(QStringLiteral("fadeAfter"));
+        QScrollBar* bar = horizontalScrollBar();
+        connect(bar, &QScrollBar::valueChanged, this, &ChipScroller::placeFades);
+        connect(bar, &QScrollBar::rangeChanged, this, &ChipScroller::placeFades);
+    }
+
+    /// Scrolls `chip` fully into view, clear of the fades.
+    void reveal(QWidget* chip) { ensureWidgetVisible(chip, fadeWidth + 4, 0); }
 
 protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QScrollArea::resizeEvent(event);
+        placeFades();
+    }
+
     void wheelEvent(QWheelEvent* event) override {
         QScrollBar* bar = horizontalScrollBar();
         const QPoint pixels = event->pixelDelta();
@@ -140,6 +158,50 @@ protected:
         bar->setValue(bar->value() - along);
         event->accept();
     }
+
+private:
+    /// A strip that blends from nothing into the panel's colour, pointing `towards`
+    /// the hidden chips; it never takes a click from the chip beneath.
+    class EdgeFade final : public QWidget {
+    public:
+        EdgeFade(Qt::LayoutDirection towards, QWidget* parent)
+            : QWidget(parent)
+            , m_towards(towards) {
+            setAttribute(Qt::WA_TransparentForMouseEvents);
+            hide();
+        }
+
+    protected:
+        void paintEvent(QPaintEvent*) override {
+            QPainter painter(this);
+            const bool right = m_towards == Qt::LeftToRight;
+            QLinearGradient fade(right ? 0 : width(), 0, right ? width() : 0, 0);
+            QColor clear = Palette::panel;
+            clear.setAlpha(0);
+            fade.setColorAt(0, clear);
+            fade.setColorAt(1, Palette::panel);
+            painter.fillRect(rect(), fade);
+        }
+
+    private:
+        Qt::LayoutDirection m_towards;
+    };
+
+    static constexpr int fadeWidth = 28;
+
+    void placeFades() {
+        const QRect area = viewport()->geometry();
+        const QScrollBar* bar = horizontalScrollBar();
+        m_before->setGeometry(area.left(), area.top(), fadeWidth, area.height());
+        m_after->setGeometry(area.right() + 1 - fadeWidth, area.top(), fadeWidth, area.height());
+        m_before->setVisible(bar->value() > bar->minimum());
+        m_after->setVisible(bar->value() < bar->maximum());
+        m_before->raise();
+        m_after->raise();
+    }
+
+    EdgeFade* m_before;
+    EdgeFade* m_after;
 };
 
 /// One thumbnail: the artwork over a checkerboard in a rounded square. The artwork is
@@ -398,8 +460,11 @@ LayerLibraryPanel::LayerLibraryPanel(PlanetModel& model, QWidget* parent)
         m_chips.append(new Chip(name, name, chipRow));
     for (Chip* chip : m_chips) {
         chipLayout->addWidget(chip);
-        connect(chip, &QAbstractButton::clicked, this,
-                [this, chip] { setCategory(chip->value()); });
+        connect(chip, &QAbstractButton::clicked, this, [this, chip] {
+            setCategory(chip->value());
+            // A chosen chip half beyond the edge comes fully into view.
+            m_chipScroller->reveal(chip);
+        });
     }
     chipRow->adjustSize();
     m_chipScroller->setWidget(chipRow);

@@ -53,7 +53,7 @@ private:
     PlanetModel& m_model;
     QString m_category;
     QList<Chip*> m_chips;
-    QScrollArea* m_chipScroller = nullptr;
+    ChipScroller* m_chipScroller = nullptr;
     QScrollArea* m_gridScroller = nullptr;
     Grid* m_grid = nullptr;
 };

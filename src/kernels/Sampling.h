@@ -120,6 +120,16 @@ VM_INLINE Rgba bilinear(const VmSampler& s, const VmLevel& level, float x, float
             lerp(texelInRow<Format, Opaque>(s, r1, x0), texelInRow<Format, Opaque>(s, r1, x1), tx);
         return lerp(top, bottom, ty);
     } else {
+        if (x0 >= 0 && y0 >= 0 && x1 < w && y1 < h) {
+            // All four inside, as for nearly every pixel of placed artwork.
+            const unsigned char* r0 = rowOf(level, y0);
+            const unsigned char* r1 = rowOf(level, y1);
+            const Rgba top = lerp(texelInRow<Format, Opaque>(s, r0, x0),
+                                  texelInRow<Format, Opaque>(s, r0, x1), tx);
+            const Rgba bottom = lerp(texelInRow<Format, Opaque>(s, r1, x0),
+                                     texelInRow<Format, Opaque>(s, r1, x1), tx);
+            return lerp(top, bottom, ty);
+        }
         const auto fetch = [&](int xi, int yi) {
             return (xi < 0 || yi < 0 || xi >= w || yi >= h)
                        ? Rgba{}
@@ -239,6 +249,19 @@ VM_INLINE float encodeFast(float linear) {
                             s * (10.466527f + s * (-5.95172768f + s * 1.40992222f))))));
     const float encoded = x <= 0.0031308f ? x * 12.92f : (poly < 1.f ? poly : 1.f);
     return x >= 1.f ? 1.f : encoded;
+}
+
+/// Encodes `n` linear premultiplied pixels in place as premultiplied sRGB-encoded
+/// floats: storeEncoded() for a whole span, in a loop that needs no table.
+VM_INLINE void encodeSpan(float* __restrict p, int n) {
+    for (int i = 0; i < n; ++i, p += 4) {
+        const float a = clampf(p[3], 0.f, 1.f);
+        const float inv = a > 0.f ? 1.f / a : 0.f;
+        p[0] = encodeFast(p[0] * inv) * a;
+        p[1] = encodeFast(p[1] * inv) * a;
+        p[2] = encodeFast(p[2] * inv) * a;
+        p[3] = a;
+    }
 }
 
 /// Writes a linear premultiplied colour as premultiplied sRGB-encoded floats.

@@ -168,10 +168,14 @@ private:
                 const float sy = static_cast<float>(ay * px + rowY);
                 if (sx < -1.f || sy < -1.f || sx > w + 1.f || sy > h + 1.f)
                     continue;
-                const Rgba c =
-                    sampling::sampleLod<Format, Edge::transparent, false>(s, sx / w, sy / h, lod);
-                sampling::storeEncoded(s, c, o);
+                // Enlarged or drawn at its size, the artwork needs no pyramid level.
+                const Rgba c = lod > 0.f ? sampling::sampleLod<Format, Edge::transparent, false>(
+                                               s, sx / w, sy / h, lod)
+                                         : sampling::bilinear<Format, Edge::transparent, false>(
+                                               s, s.levels[0], sx, sy);
+                _mm_storeu_ps(o, c.v);
             }
+            sampling::encodeSpan(out.row(y - rect.top()) + 4 * (x0 - rect.left()), x1 - x0 + 1);
         }
     }
 

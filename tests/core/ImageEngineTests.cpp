@@ -163,6 +163,28 @@ TEST(ImageEngine, FlipHappensBeforeRotation) {
     EXPECT_GT(bottom[0], 0.9f); // red below
 }
 
+// Enlarged 16 times, a black texel beside a white one blends in linear light, along
+// x and along y alike, and the artwork's rim fades to transparent over half a texel.
+TEST(ImageEngine, EnlargingInterpolatesInLinearLightAndFadesAtTheRim) {
+    for (const bool across : {true, false}) {
+        QImage pair(2, 2, QImage::Format_RGB32);
+        for (int y = 0; y < 2; ++y)
+            for (int x = 0; x < 2; ++x)
+                pair.setPixel(x, y, (across ? x : y) ? qRgb(255, 255, 255) : qRgb(0, 0, 0));
+        const Image big = Image::fromQImage(pair).transformed(QTransform::fromScale(16, 16));
+        // Pixel centre 16.5 is source 1.03125: 0.53125 of the way between texel centres
+        // (12.5 across the stripes is 0.28125, which a swapped axis would give).
+        const auto middle = across ? pixelAt(big, 16, 12) : pixelAt(big, 12, 16);
+        const float expected = static_cast<float>(render::linearToSrgb(0.53125));
+        EXPECT_NEAR(middle[0], expected, 2e-3f) << across;
+        EXPECT_NEAR(middle[3], 1.f, 1e-6f) << across;
+        // Pixel centre 0.5 is source 0.03125, 0.53125 of the way in from nothing.
+        const auto rim = across ? pixelAt(big, 0, 16) : pixelAt(big, 16, 0);
+        EXPECT_NEAR(rim[3], 0.53125f, 2e-3f) << across;
+        EXPECT_NEAR(rim[0], 0.f, 1e-6f) << across;
+    }
+}
+
 TEST(ImageEngine, ShrinkingAveragesInLinearLight) {
     // One-pixel black and white stripes halved: linear light averages to 0.5, which
     // encodes to about 0.735; averaging the codes would give a darker 0.5.

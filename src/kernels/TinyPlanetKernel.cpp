@@ -289,17 +289,17 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
         const unsigned char* r1 = rowOf(at, y0 + 1 < h ? y0 + 1 : h - 1);
         Rgba top;
         Rgba bottom;
-        const float spacing = step * f.du[i];
-        const float first = u - 0.5f * f.du[i] + 0.5f * spacing;
+        // In texels of this level, not wrapped: u is in [0, 1] and du at most a half,
+        // so x stays within a width either side and one correction wraps it.
+        const float fw = static_cast<float>(w);
+        const float spacing = step * f.du[i] * fw;
+        const float first = (u - 0.5f * f.du[i]) * fw + 0.5f * spacing - 0.5f;
         for (int t = 0; t < taps; ++t) {
-            float tu = first + static_cast<float>(t) * spacing;
-            tu -= static_cast<float>(floorToInt(tu));
-            const float x = tu * static_cast<float>(w) - 0.5f;
-            int x0 = static_cast<int>(x + 1.f) - 1;
+            const float x = first + static_cast<float>(t) * spacing;
+            int x0 = floorToInt(x);
             const float tx = x - static_cast<float>(x0);
-            int x1 = x0 + 1;
-            x0 = x0 < 0 ? w - 1 : x0;
-            x1 = x1 >= w ? 0 : x1;
+            x0 = x0 < 0 ? x0 + w : (x0 >= w ? x0 - w : x0);
+            const int x1 = x0 + 1 == w ? 0 : x0 + 1;
             top = top + lerp(texelInRow<Format, Opaque>(src, r0, x0),
                              texelInRow<Format, Opaque>(src, r0, x1), tx);
             bottom = bottom + lerp(texelInRow<Format, Opaque>(src, r1, x0),

@@ -158,10 +158,10 @@ Invocation parseRender(ArgumentReader& reader) {
             if (!v)
                 return missing();
             QString error;
-            const std::optional<LayerSpec> spec = parseLayerSpec(*v, &error);
-            if (!spec)
+            const std::optional<LayerPlacement> placement = parseLayerOption(*v, &error);
+            if (!placement)
                 return withError(inv, QStringLiteral("--layer: ") + error);
-            r.layers.append(*spec);
+            r.layers.append(*placement);
         } else if (name == QLatin1String("--resources")) {
             const auto v = value();
             if (!v || v->isEmpty())
@@ -199,13 +199,13 @@ std::optional<PlanetModel::Preset> presetByName(const QString& name) {
     return PlanetModel::presetFromTitle(name);
 }
 
-std::optional<LayerSpec> parseLayerSpec(const QString& text, QString* error) {
-    const auto fail = [&](const QString& why) -> std::optional<LayerSpec> {
+std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* error) {
+    const auto fail = [&](const QString& why) -> std::optional<LayerPlacement> {
         if (error)
             *error = why;
         return std::nullopt;
     };
-    LayerSpec spec;
+    LayerPlacement placement;
     QString rest = text;
 
     // Options come after the last ':' when that part reads as options; asset ids
@@ -228,10 +228,10 @@ std::optional<LayerSpec> parseLayerSpec(const QString& text, QString* error) {
                 const QString key = item.section(QLatin1Char('='), 0, 0).trimmed();
                 const QString val = item.section(QLatin1Char('='), 1).trimmed();
                 if (key == QLatin1String("flip") && !item.contains(QLatin1Char('='))) {
-                    spec.flip = true;
+                    placement.flip = true;
                 } else if (key == QLatin1String("blend")) {
-                    spec.blend = layerBlendModeFromRaw(val);
-                    if (!spec.blend)
+                    placement.blend = layerBlendModeFromRaw(val);
+                    if (!placement.blend)
                         return fail(
                             QStringLiteral("unknown blend mode '%1' (normal, screen, multiply)")
                                 .arg(val));
@@ -240,9 +240,9 @@ std::optional<LayerSpec> parseLayerSpec(const QString& text, QString* error) {
                     if (!n)
                         return fail(
                             QStringLiteral("%1: '%2' is not a finite number").arg(key, val));
-                    (key == QLatin1String("scale")      ? spec.scale
-                     : key == QLatin1String("rotation") ? spec.rotation
-                                                        : spec.opacity) = *n;
+                    (key == QLatin1String("scale")      ? placement.scale
+                     : key == QLatin1String("rotation") ? placement.rotation
+                                                        : placement.opacity) = *n;
                 } else {
                     return fail(
                         QStringLiteral("unknown key '%1' (scale, rotation, opacity, blend, flip)")
@@ -260,13 +260,13 @@ std::optional<LayerSpec> parseLayerSpec(const QString& text, QString* error) {
         const auto y = xy.size() == 2 ? finiteNumber(xy[1]) : std::nullopt;
         if (!x || !y)
             return fail(QStringLiteral("'%1' is not a point X,Y").arg(rest.mid(at + 1)));
-        spec.at = {*x, *y};
+        placement.at = {*x, *y};
         rest = rest.left(at);
     }
     if (rest.isEmpty())
         return fail(QStringLiteral("'%1' names no asset").arg(text));
-    spec.assetID = rest;
-    return spec;
+    placement.assetID = rest;
+    return placement;
 }
 
 Invocation parse(const QStringList& arguments) {
@@ -354,7 +354,7 @@ finite number is accepted.
   --contrast X        [0.5 to 2, 1]
   --saturation X      0 is black and white [0 to 2, 1]
   --vignette X        darkening of the corners [0 to 1, 0]
-  --layer SPEC        artwork to place, bottom first; repeatable. SPEC is
+  --layer LAYER       artwork to place, bottom first; repeatable. LAYER is
                       ASSET_ID[@X,Y][:key=value,...]: the point is where its
                       centre goes (0,0 top-left to 1,1 bottom-right, default
                       0.5,0.5); keys are scale (width as a fraction of the side,
@@ -422,7 +422,7 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
                     failure);
 
     PlanetModel model(root);
-    for (const LayerSpec& layer : r.layers) {
+    for (const LayerPlacement& layer : r.layers) {
         if (!model.library().asset(layer.assetID))
             return fail(QStringLiteral("--layer: unknown asset '%1' (velmora layers lists them)")
                             .arg(layer.assetID),
@@ -444,14 +444,14 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
         state.invert = *r.invert;
     model.restore(state);
 
-    for (const LayerSpec& spec : r.layers) {
-        model.addLayer(spec.assetID, spec.at);
+    for (const LayerPlacement& placement : r.layers) {
+        model.addLayer(placement.assetID, placement.at);
         model.updateLayer(model.selectedLayerID(), [&](PlacedLayer& layer) {
-            layer.scale = spec.scale.value_or(layer.scale);
-            layer.rotation = spec.rotation.value_or(layer.rotation);
-            layer.opacity = spec.opacity.value_or(layer.opacity);
-            layer.blendMode = spec.blend.value_or(layer.blendMode);
-            layer.flipped = spec.flip;
+            layer.scale = placement.scale.value_or(layer.scale);
+            layer.rotation = placement.rotation.value_or(layer.rotation);
+            layer.opacity = placement.opacity.value_or(layer.opacity);
+            layer.blendMode = placement.blend.value_or(layer.blendMode);
+            layer.flipped = placement.flip;
         });
     }
 

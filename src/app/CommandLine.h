@@ -19,7 +19,7 @@ enum ExitStatus { success = 0, failure = 1, usageError = 2 };
 
 /// One --layer: ASSET_ID[@X,Y][:key=value,...]. Unset fields keep the defaults a
 /// layer gets when it is added in the window.
-struct LayerSpec {
+struct LayerPlacement {
     QString assetID;
     NormalizedPoint at{0.5, 0.5};
     std::optional<double> scale;
@@ -40,7 +40,7 @@ struct RenderOptions {
     std::optional<PlanetModel::Preset> preset;
     Settings settings;
     std::optional<bool> invert;
-    QList<LayerSpec> layers;
+    QList<LayerPlacement> layers;
 };
 
 struct Invocation {
@@ -56,7 +56,7 @@ struct Invocation {
 Invocation parse(const QStringList& arguments);
 
 /// Parses one --layer value, or says what is wrong with it.
-std::optional<LayerSpec> parseLayerSpec(const QString& spec, QString* error);
+std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* error);
 
 /// The preset for a case name ("sky", "double") or a title ("Sky World").
 std::optional<PlanetModel::Preset> presetByName(const QString& name);

@@ -65,9 +65,9 @@ TEST(CommandLineParsing, RenderOptionsInBothSpellings) {
     EXPECT_EQ(cli::presetByName(QStringLiteral("Sky")), std::nullopt);
 }
 
-TEST(CommandLineParsing, LayerSpecs) {
+TEST(CommandLineParsing, LayerOptions) {
     QString error;
-    const auto full = cli::parseLayerSpec(
+    const auto full = cli::parseLayerOption(
         QStringLiteral(
             "Glows/orb.png@0.5,0.2:scale=0.3,rotation=15,opacity=0.5,blend=multiply,flip"),
         &error);
@@ -80,7 +80,7 @@ TEST(CommandLineParsing, LayerSpecs) {
     EXPECT_EQ(full->blend, LayerBlendMode::multiply);
     EXPECT_TRUE(full->flip);
 
-    const auto plain = cli::parseLayerSpec(QStringLiteral("Lens Flares/streak wide.png"), &error);
+    const auto plain = cli::parseLayerOption(QStringLiteral("Lens Flares/streak wide.png"), &error);
     ASSERT_TRUE(plain.has_value());
     EXPECT_EQ(plain->assetID, QStringLiteral("Lens Flares/streak wide.png"));
     EXPECT_EQ(plain->at, (NormalizedPoint{0.5, 0.5}));
@@ -89,7 +89,7 @@ TEST(CommandLineParsing, LayerSpecs) {
 
     for (const char* bad : {"Glows/orb.png:blend=Screen", "Glows/orb.png:size=2", "Glows/orb.png@1",
                             "Glows/orb.png@a,b", "Glows/orb.png:scale=inf", "@0.5,0.5", ""}) {
-        EXPECT_FALSE(cli::parseLayerSpec(QString::fromLatin1(bad), &error).has_value()) << bad;
+        EXPECT_FALSE(cli::parseLayerOption(QString::fromLatin1(bad), &error).has_value()) << bad;
         EXPECT_FALSE(error.isEmpty()) << bad;
     }
 }

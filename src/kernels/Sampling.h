@@ -36,12 +36,6 @@ VM_INLINE Rgba lerp(Rgba x, Rgba y, float t) {
     return {_mm_add_ps(x.v, _mm_mul_ps(_mm_sub_ps(y.v, x.v), _mm_set1_ps(t)))};
 }
 
-/// Where samples outside the picture come from.
-enum class Edge {
-    wrapXClampY, ///< a panorama: x goes round, y stops at the poles
-    transparent, ///< artwork: nothing outside its bounds
-};
-
 /// Clamps into [lo, hi]; NaN becomes lo, so no later int conversion is undefined.
 /// (Written with comparisons: fmin/fmax are library calls without -ffast-math.)
 VM_INLINE float clampf(float x, float lo, float hi) {
@@ -85,33 +79,23 @@ VM_INLINE Rgba texel(const VmSampler& s, const VmLevel& level, int x, int y) {
     return texelInRow<Format, Opaque>(s, rowOf(level, y), x);
 }
 
-/// Bilinear sample at (x, y) in the level's pixel units (pixel centres at +0.5).
-template <int Format, Edge E, bool Opaque>
+/// Bilinear sample at (x, y) in the level's pixel units (pixel centres at +0.5), for
+/// artwork: transparent outside its bounds.
+template <int Format, bool Opaque>
 VM_INLINE Rgba bilinear(const VmSampler& s, const VmLevel& level, float x, float y) {
     const int w = level.width;
     const int h = level.height;
     // Bound the coordinates first: any float may arrive here, NaN included.
     x = clampf(x - 0.5f, -2.f, static_cast<float>(w) + 1.f);
     y = clampf(y - 0.5f, -2.f, static_cast<float>(h) + 1.f);
-    int x0 = floorToInt(x);
-    int y0 = floorToInt(y);
+    const int x0 = floorToInt(x);
+    const int y0 = floorToInt(y);
     const float tx = x - static_cast<float>(x0);
     const float ty = y - static_cast<float>(y0);
-    int x1 = x0 + 1;
-    int y1 = y0 + 1;
-
-    if constexpr (E == Edge::wrapXClampY) {
-        // x is within [-2, w + 1], so two corrections each way always suffice.
-        const auto wrap = [w](int i) {
-            i = i < 0 ? i + w : i;
-            i = i < 0 ? i + w : i;
-            i = i >= w ? i - w : i;
-            return i >= w ? i - w : i;
-        };
-        x0 = wrap(x0);
-        x1 = wrap(x1);
-        y0 = y0 < 0 ? 0 : (y0 >= h ? h - 1 : y0);
-        y1 = y1 < 0 ? 0 : (y1 >= h ? h - 1 : y1);
+    const int x1 = x0 + 1;
+    const int y1 = y0 + 1;
+    if (x0 >= 0 && y0 >= 0 && x1 < w && y1 < h) {
+        // All four inside, as for nearly every pixel of placed artwork.
         const unsigned char* r0 = rowOf(level, y0);
         const unsigned char* r1 = rowOf(level, y1);
         const Rgba top =
@@ -119,26 +103,14 @@ VM_INLINE Rgba bilinear(const VmSampler& s, const VmLevel& level, float x, float
         const Rgba bottom =
             lerp(texelInRow<Format, Opaque>(s, r1, x0), texelInRow<Format, Opaque>(s, r1, x1), tx);
         return lerp(top, bottom, ty);
-    } else {
-        if (x0 >= 0 && y0 >= 0 && x1 < w && y1 < h) {
-            // All four inside, as for nearly every pixel of placed artwork.
-            const unsigned char* r0 = rowOf(level, y0);
-            const unsigned char* r1 = rowOf(level, y1);
-            const Rgba top = lerp(texelInRow<Format, Opaque>(s, r0, x0),
-                                  texelInRow<Format, Opaque>(s, r0, x1), tx);
-            const Rgba bottom = lerp(texelInRow<Format, Opaque>(s, r1, x0),
-                                     texelInRow<Format, Opaque>(s, r1, x1), tx);
-            return lerp(top, bottom, ty);
-        }
-        const auto fetch = [&](int xi, int yi) {
-            return (xi < 0 || yi < 0 || xi >= w || yi >= h)
-                       ? Rgba{}
-                       : texel<Format, Opaque>(s, level, xi, yi);
-        };
-        const Rgba top = lerp(fetch(x0, y0), fetch(x1, y0), tx);
-        const Rgba bottom = lerp(fetch(x0, y1), fetch(x1, y1), tx);
-        return lerp(top, bottom, ty);
     }
+    const auto fetch = [&](int xi, int yi) {
+        return (xi < 0 || yi < 0 || xi >= w || yi >= h) ? Rgba{}
+                                                        : texel<Format, Opaque>(s, level, xi, yi);
+    };
+    const Rgba top = lerp(fetch(x0, y0), fetch(x1, y0), tx);
+    const Rgba bottom = lerp(fetch(x0, y1), fetch(x1, y1), tx);
+    return lerp(top, bottom, ty);
 }
 
 /// Bilinear sample of a panorama level at (u, v), u already in [0, 1): the kernel's
@@ -204,7 +176,7 @@ VM_INLINE Rgba samplePanorama(const VmSampler& s, float u, float v, float lod) {
 /// and height); `lod` is log2 of the footprint in level-0 pixels. Between two levels
 /// the blend is trilinear, except within 0.2 of a level, where that level alone is
 /// used: half the fetches, and no visible difference at these footprints.
-template <int Format, Edge E, bool Opaque>
+template <int Format, bool Opaque>
 VM_INLINE Rgba sampleLod(const VmSampler& s, float u, float v, float lod) {
     const int last = s.levelCount - 1;
     lod = clampf(lod, 0.f, static_cast<float>(last));
@@ -215,13 +187,13 @@ VM_INLINE Rgba sampleLod(const VmSampler& s, float u, float v, float lod) {
         t = 0.f;
     }
     const VmLevel& a = s.levels[l0];
-    const Rgba first = bilinear<Format, E, Opaque>(s, a, u * static_cast<float>(a.width),
-                                                   v * static_cast<float>(a.height));
+    const Rgba first = bilinear<Format, Opaque>(s, a, u * static_cast<float>(a.width),
+                                                v * static_cast<float>(a.height));
     if (t < 0.2f || l0 == last)
         return first;
     const VmLevel& b = s.levels[l0 + 1];
-    const Rgba second = bilinear<Format, E, Opaque>(s, b, u * static_cast<float>(b.width),
-                                                    v * static_cast<float>(b.height));
+    const Rgba second = bilinear<Format, Opaque>(s, b, u * static_cast<float>(b.width),
+                                                 v * static_cast<float>(b.height));
     return lerp(first, second, (t - 0.2f) * (1.f / 0.6f));
 }
 

@@ -13,7 +13,6 @@ namespace velmora::render {
 
 namespace {
 
-using sampling::Edge;
 using sampling::Rgba;
 
 class EmptyNode final : public ImageNode {
@@ -169,10 +168,9 @@ private:
                 if (sx < -1.f || sy < -1.f || sx > w + 1.f || sy > h + 1.f)
                     continue;
                 // Enlarged or drawn at its size, the artwork needs no pyramid level.
-                const Rgba c = lod > 0.f ? sampling::sampleLod<Format, Edge::transparent, false>(
-                                               s, sx / w, sy / h, lod)
-                                         : sampling::bilinear<Format, Edge::transparent, false>(
-                                               s, s.levels[0], sx, sy);
+                const Rgba c = lod > 0.f
+                                   ? sampling::sampleLod<Format, false>(s, sx / w, sy / h, lod)
+                                   : sampling::bilinear<Format, false>(s, s.levels[0], sx, sy);
                 _mm_storeu_ps(o, c.v);
             }
             sampling::encodeSpan(out.row(y - rect.top()) + 4 * (x0 - rect.left()), x1 - x0 + 1);
@@ -274,10 +272,14 @@ public:
 
     void render(const QRect& rect, const TileView& out, Scratch& scratch) const override {
         m_child->render(rect, out, scratch);
-        for (int y = 0; y < out.height; ++y) {
-            float* p = out.row(y);
-            for (int x = 0; x < out.width; ++x, p += 4)
-                apply(p);
+        // The operation is chosen once per tile, not per pixel.
+        switch (m_op) {
+        case Op::gamma:
+            return applyAll<Op::gamma>(out);
+        case Op::controls:
+            return applyAll<Op::controls>(out);
+        case Op::alpha:
+            return applyAll<Op::alpha>(out);
         }
     }
 
@@ -294,8 +296,18 @@ private:
         return m_table[i] + (m_table[i + 1] - m_table[i]) * (x - static_cast<float>(i));
     }
 
+    template <Op O>
+    void applyAll(const TileView& out) const {
+        for (int y = 0; y < out.height; ++y) {
+            float* p = out.row(y);
+            for (int x = 0; x < out.width; ++x, p += 4)
+                apply<O>(p);
+        }
+    }
+
+    template <Op O>
     void apply(float* p) const {
-        if (m_op == Op::alpha) {
+        if constexpr (O == Op::alpha) {
             for (int i = 0; i < 4; ++i)
                 p[i] *= m_a;
             return;
@@ -305,7 +317,7 @@ private:
             return;
         const float inv = 1.f / a;
         float r = p[0] * inv, g = p[1] * inv, b = p[2] * inv;
-        if (m_op == Op::gamma) {
+        if constexpr (O == Op::gamma) {
             r = gamma(r);
             g = gamma(g);
             b = gamma(b);
@@ -389,32 +401,44 @@ public:
         Scratch::Buffer buffer = scratch.acquire(inside.width(), inside.height());
         const TileView fg = buffer.view();
         m_fg->render(inside, fg, scratch);
-        for (int y = 0; y < fg.height; ++y) {
-            const float* f = fg.row(y);
-            float* b = out.row(inside.top() - rect.top() + y) + 4 * (inside.left() - rect.left());
-            for (int x = 0; x < fg.width; ++x, f += 4, b += 4)
-                combine(f, b);
+        const TileView under = out.sub(inside.left() - rect.left(), inside.top() - rect.top(),
+                                       inside.width(), inside.height());
+        // The mode is chosen once per tile, not per pixel.
+        switch (m_mode) {
+        case Mode::over:
+            return combineAll<Mode::over>(fg, under);
+        case Mode::screen:
+            return combineAll<Mode::screen>(fg, under);
+        case Mode::multiply:
+            return combineAll<Mode::multiply>(fg, under);
         }
     }
 
 private:
-    void combine(const float* f, float* b) const {
+    template <Mode M>
+    static void combineAll(const TileView& fg, const TileView& under) {
+        for (int y = 0; y < fg.height; ++y) {
+            const float* f = fg.row(y);
+            float* b = under.row(y);
+            for (int x = 0; x < fg.width; ++x, f += 4, b += 4)
+                combine<M>(f, b);
+        }
+    }
+
+    template <Mode M>
+    static void combine(const float* f, float* b) {
         const float fa = f[3];
         const float ba = b[3];
-        switch (m_mode) {
-        case Mode::over:
+        if constexpr (M == Mode::over) {
             for (int i = 0; i < 4; ++i)
                 b[i] = f[i] + b[i] * (1.f - fa);
-            break;
-        case Mode::screen:
+        } else if constexpr (M == Mode::screen) {
             for (int i = 0; i < 4; ++i)
                 b[i] = f[i] + b[i] - f[i] * b[i];
-            break;
-        case Mode::multiply:
+        } else {
             for (int i = 0; i < 3; ++i)
                 b[i] = f[i] * b[i] + f[i] * (1.f - ba) + b[i] * (1.f - fa);
             b[3] = fa + ba - fa * ba;
-            break;
         }
     }
 

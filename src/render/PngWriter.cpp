@@ -53,19 +53,9 @@ inline uchar paeth(int a, int b, int c) {
 }
 
 /// Filters one row into `out` (filter-type byte, then the row). `prev` is the row
-/// above, or null for the first row.
+/// above; for the first row, a row of zeros.
 void filterRow(PngEncoding::Filter filter, const uchar* row, const uchar* prev, int length,
                uchar* out) {
-    static const std::vector<uchar> zeros(1 << 16, 0);
-    std::vector<uchar> blank;
-    if (!prev) {
-        if (static_cast<size_t>(length) > zeros.size()) {
-            blank.assign(static_cast<size_t>(length), 0);
-            prev = blank.data();
-        } else {
-            prev = zeros.data();
-        }
-    }
     uchar* data = out + 1;
     const auto left = [&](int i) { return i >= bytesPerPixel ? row[i - bytesPerPixel] : 0; };
     const auto upLeft = [&](int i) { return i >= bytesPerPixel ? prev[i - bytesPerPixel] : 0; };
@@ -237,6 +227,8 @@ bool writePng(const QImage& source, QIODevice& device, const PngEncoding& encodi
     const int rowsPerStrip = std::max(1, encoding.rowsPerStrip);
     const int strips = (height + rowsPerStrip - 1) / rowsPerStrip;
 
+    const std::vector<uchar> zeroRow(static_cast<size_t>(rowBytes), 0);
+
     ChunkWriter out(device);
     writeHeader(out, width, height);
 
@@ -268,7 +260,7 @@ bool writePng(const QImage& source, QIODevice& device, const PngEncoding& encodi
                     for (int r = 0; r < strip->rowCount; ++r) {
                         const int y = strip->firstRow + r;
                         filterRow(encoding.filter, image.constScanLine(y),
-                                  y > 0 ? image.constScanLine(y - 1) : nullptr, rowBytes,
+                                  y > 0 ? image.constScanLine(y - 1) : zeroRow.data(), rowBytes,
                                   strip->filtered.data() + static_cast<size_t>(r) * (rowBytes + 1));
                     }
                     const bool last = strip->firstRow + strip->rowCount >= height;

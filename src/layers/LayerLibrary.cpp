@@ -205,10 +205,6 @@ QImage LayerLibrary::displayImage(const QString& id) {
     return image;
 }
 
-} // namespace velmora
-
-namespace velmora {
-
 QImage LayerLibrary::displayImage(const QString& id, int minWidth) {
     const QImage full = displayImage(id);
     if (full.isNull())

@@ -1,12 +1,12 @@
 #include "model/PlanetModel.h"
 
 #include "filter/TinyPlanetFilter.h"
-#include "model/ImageDecoding.h"
-#include "render/PngWriter.h"
-
 #include "layers/LayerGeometry.h"
 #include "model/Angles.h"
+#include "model/ImageDecoding.h"
 #include "model/Resources.h"
+#include "render/PngWriter.h"
+
 #include <QBuffer>
 #include <QClipboard>
 #include <QFileInfo>
@@ -598,23 +598,29 @@ QString PlanetModel::defaultExportFileName() const {
            QStringLiteral("-velmora.png");
 }
 
-QString PlanetModel::exportPNG(const QString& path) {
-    if (!m_hasSource)
-        return QStringLiteral("there is no picture to export");
+std::optional<QImage> PlanetModel::renderOutput() {
     const int side = m_outputSize;
     const std::optional<render::Image> output = outputImage(side);
     if (!output)
+        return std::nullopt;
+    return m_context.render(*output, QRect(0, 0, side, side),
+                            render::RenderContext::Layout::straightRgba8);
+}
+
+QString PlanetModel::exportPNG(const QString& path) {
+    if (!m_hasSource)
+        return QStringLiteral("there is no picture to export");
+    const std::optional<QImage> pixels = renderOutput();
+    if (!pixels)
         return QStringLiteral("the planet could not be rendered");
-    const QImage pixels = m_context.render(*output, QRect(0, 0, side, side),
-                                           render::RenderContext::Layout::straightRgba8);
-    if (pixels.isNull())
-        return QStringLiteral("not enough memory for a %1 x %1 picture").arg(side);
+    if (pixels->isNull())
+        return QStringLiteral("not enough memory for a %1 x %1 picture").arg(m_outputSize);
     // Written beside the target and renamed over it only when complete.
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return QStringLiteral("%1: %2").arg(path, file.errorString());
     QString error;
-    if (!render::writePng(pixels, file, {}, &error)) {
+    if (!render::writePng(*pixels, file, {}, &error)) {
         file.cancelWriting();
         return QStringLiteral("%1: %2").arg(path, error);
     }
@@ -626,12 +632,10 @@ QString PlanetModel::exportPNG(const QString& path) {
 void PlanetModel::copyToClipboard() {
     if (!m_hasSource || !qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
         return;
-    const int side = m_outputSize;
-    const std::optional<render::Image> output = outputImage(side);
-    if (!output)
+    const std::optional<QImage> rendered = renderOutput();
+    if (!rendered)
         return;
-    const QImage pixels = m_context.render(*output, QRect(0, 0, side, side),
-                                           render::RenderContext::Layout::straightRgba8);
+    const QImage& pixels = *rendered;
     const QByteArray png = render::encodePng(pixels);
     if (png.isEmpty())
         return;

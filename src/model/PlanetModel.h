@@ -285,6 +285,9 @@ private:
     void publishHistoryFlags();
     void setPreviewImage(const QImage& image);
     int selectedIndex() const;
+    /// The output at outputSize as straight 8-bit RGBA (null when its memory cannot be
+    /// had); nothing when there is no planet to render.
+    std::optional<QImage> renderOutput();
 
     std::unique_ptr<LayerLibrary> m_library;
     std::unique_ptr<TinyPlanetFilter> m_filter;

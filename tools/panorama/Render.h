@@ -16,8 +16,4 @@ V3 panoramaDirection(float px, float py, int width);
 /// x is longitude, the top row the zenith and the bottom row the nadir.
 QImage renderPanorama(const Scene& scene, int width);
 
-/// A quick stereographic "tiny planet" of a panorama, looking straight down, for
-/// checking the picture the way the program will show it.
-QImage planetPreview(const QImage& panorama, int size);
-
 } // namespace pano

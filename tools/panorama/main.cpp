@@ -50,17 +50,11 @@ int main(int argc, char** argv) {
     const QCommandLineOption preview(QStringLiteral("preview"),
                                      QStringLiteral("Also write a 2000-pixel-wide copy here."),
                                      QStringLiteral("file"));
-    const QCommandLineOption planet(QStringLiteral("preview-planet"),
-                                    QStringLiteral("Also write a tiny planet projection here."),
-                                    QStringLiteral("file"));
-    const QCommandLineOption planetSize(QStringLiteral("planet-size"),
-                                        QStringLiteral("Side of the tiny planet (1600)."),
-                                        QStringLiteral("pixels"), QStringLiteral("1600"));
     const QCommandLineOption crop(
         QStringLiteral("crop"),
         QStringLiteral("Also write a crop: X,Y,W,H,FILE[,ZOOM] (repeatable)."),
         QStringLiteral("x,y,w,h,file"));
-    parser.addOptions({width, quality, from, preview, planet, planetSize, crop});
+    parser.addOptions({width, quality, from, preview, crop});
     parser.process(app);
 
     QImage image;
@@ -90,9 +84,6 @@ int main(int argc, char** argv) {
     }
     if (parser.isSet(preview) &&
         !save(image.scaledToWidth(2000, Qt::SmoothTransformation), parser.value(preview), 90))
-        return 1;
-    if (parser.isSet(planet) && !save(pano::planetPreview(image, parser.value(planetSize).toInt()),
-                                      parser.value(planet), 90))
         return 1;
     for (const QString& request : parser.values(crop)) {
         const QStringList parts = request.split(QLatin1Char(','));

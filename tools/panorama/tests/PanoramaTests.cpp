@@ -215,19 +215,4 @@ TEST(Render, IsTheSameFromRunToRun) {
     EXPECT_EQ(a, b);
 }
 
-TEST(PlanetPreview, PutsTheNadirInTheMiddleAndTheHorizonOnACircle) {
-    // Red counts rows down from the zenith, green counts columns.
-    QImage panorama(512, 256, QImage::Format_RGB32);
-    for (int y = 0; y < 256; ++y)
-        for (int x = 0; x < 512; ++x)
-            panorama.setPixel(x, y, qRgb(y, x / 2, 0));
-    const QImage planet = planetPreview(panorama, 400);
-    EXPECT_GE(qRed(planet.pixel(200, 200)), 250);      // nadir
-    EXPECT_NEAR(qRed(planet.pixel(200, 100)), 128, 3); // half way out: the horizon
-    EXPECT_NEAR(qRed(planet.pixel(300, 200)), 128, 3);
-    EXPECT_LT(qRed(planet.pixel(0, 0)), 80);             // corners: high sky
-    EXPECT_NEAR(qGreen(planet.pixel(200, 60)), 128, 3);  // above the centre: the middle column
-    EXPECT_NEAR(qGreen(planet.pixel(340, 200)), 192, 3); // right of it: a quarter turn on
-}
-
 } // namespace

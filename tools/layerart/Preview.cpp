@@ -4,6 +4,9 @@
 
 #include "layers/LayerLibrary.h"
 #include "layers/PlacedLayer.h"
+#include "render/Image.h"
+#include "render/RenderContext.h"
+#include "ui/Checkerboard.h"
 
 #include <QFileInfo>
 #include <QFont>
@@ -43,40 +46,25 @@ QImage photoBackground(int width, int height) {
 }
 
 void compose(QImage& canvas, const QImage& art, const QRect& target, bool screen) {
-    // The same decode path as the program's library: 8-bit premultiplied.
-    const QImage scaled =
-        art.convertToFormat(QImage::Format_ARGB32_Premultiplied)
-            .scaled(target.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
-            .convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    const QRect area = target.intersected(canvas.rect());
-    for (int y = area.top(); y <= area.bottom(); ++y) {
-        auto* out = reinterpret_cast<QRgb*>(canvas.scanLine(y));
-        const auto* in = reinterpret_cast<const QRgb*>(scaled.constScanLine(y - target.top()));
-        for (int x = area.left(); x <= area.right(); ++x) {
-            const QRgb s = in[x - target.left()];
-            const QRgb b = out[x];
-            auto blend = [&](int cs, int cb) {
-                const float fs = float(cs) / 255.0f;
-                const float fb = float(cb) / 255.0f;
-                const float as = float(qAlpha(s)) / 255.0f;
-                const float v = screen ? fs + fb - fs * fb : fs + fb * (1.0f - as);
-                return int(clamp01(v) * 255.0f + 0.5f);
-            };
-            out[x] = qRgb(blend(qRed(s), qRed(b)), blend(qGreen(s), qGreen(b)),
-                          blend(qBlue(s), qBlue(b)));
-        }
-    }
+    namespace render = velmora::render;
+    if (art.isNull() || target.isEmpty())
+        return;
+    // The program's own engine, so the sheets show the blend an export makes.
+    const QTransform place = QTransform::fromScale(double(target.width()) / art.width(),
+                                                   double(target.height()) / art.height()) *
+                             QTransform::fromTranslate(target.left(), target.top());
+    const render::Image placed = render::Image::fromQImage(art).transformed(place);
+    const render::Image under = render::Image::fromQImage(canvas);
+    const render::Image both = screen ? placed.screenBlended(under) : placed.composited(under);
+    const QImage out = render::RenderContext().render(
+        both, canvas.rect(), render::RenderContext::Layout::premultipliedArgb32);
+    canvas = out.convertToFormat(canvas.format());
 }
 
 QImage checkerboard(int width, int height, int cell) {
     QImage image(width, height, QImage::Format_RGB32);
-    const QRgb dark = qRgb(18, 18, 18);  // 0.07
-    const QRgb light = qRgb(27, 27, 27); // 0.105
-    for (int y = 0; y < height; ++y) {
-        auto* line = reinterpret_cast<QRgb*>(image.scanLine(y));
-        for (int x = 0; x < width; ++x)
-            line[x] = ((x / cell + y / cell) % 2) ? light : dark;
-    }
+    QPainter painter(&image);
+    velmora::ui::paintCheckerboard(painter, QRectF(image.rect()), cell);
     return image;
 }
 
@@ -90,7 +78,7 @@ QRect fitted(const QSize& art, const QRect& box) {
 
 /// The library panel's thumbnail: art fitted with 5 px padding on the checkerboard.
 QImage thumbnail(const QImage& art, int side) {
-    QImage tile = checkerboard(side, side, 6);
+    QImage tile = checkerboard(side, side, 8);
     compose(tile, art, fitted(art.size(), QRect(5, 5, side - 10, side - 10)), false);
     return tile;
 }

@@ -9,8 +9,8 @@ namespace layerart {
 /// judged on something that looks like a picture.
 QImage photoBackground(int width, int height);
 
-/// Composites `art` (any format) fitted into `target` of `canvas` (opaque), with
-/// the program's blend maths in sRGB-encoded values: screen or normal.
+/// Composites `art` (any format) stretched over `target` of `canvas` (opaque) with
+/// the program's render engine, as an export would: screen or normal.
 void compose(QImage& canvas, const QImage& art, const QRect& target, bool screen);
 
 /// The library panel's backdrop: dark checkerboard of greys 0.07 and 0.105.

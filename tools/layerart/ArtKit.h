@@ -128,7 +128,7 @@ public:
     void scale(const std::function<float(float x, float y)>& fn);
 
     /// Soft shoulder into [0, 1], then straight-alpha pixels: 16 bits per channel
-    /// when `deep`, otherwise 8 bits with a seeded triangular dither.
+    /// when `deep`, otherwise 8 bits with a seeded rectangular dither of one step.
     QImage toImage(std::uint32_t seed, bool deep) const;
 
 private:

@@ -94,7 +94,7 @@ void Scene::addCrown(int object, Crown crown, V3 centre, float rx, float rz, uin
     prim.seed = seed;
     prim.axis = xy(centre);
     // Bounds leave room for the noise to push leaves outwards.
-    const float grow = 1.0f + 0.45f;
+    const float grow = 1.0f + kCrownRoughness;
     prim.r0 = rx * grow;
     if (crown == Crown::cone) {
         prim.z0 = centre.z - 0.4f;

@@ -9,8 +9,6 @@ namespace pano {
 
 namespace {
 
-constexpr float kCrownRoughness = 0.45f;
-
 float crownShape(const Prim& c, V3 p) {
     const V3 d = p - c.centre;
     switch (c.crown) {

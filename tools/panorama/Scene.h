@@ -10,6 +10,8 @@ namespace pano {
 
 /// The camera stands on the ground plane z = 0 (metres; x east, y north, z up).
 constexpr float kEyeHeight = 1.7f;
+/// How far (as a fraction of its radius) noise pushes a tree crown's surface out.
+constexpr float kCrownRoughness = 0.45f;
 
 /// What a sample saw, so the renderer can add samples where neighbours disagree.
 enum class Seen : uint32_t { sky = 1, sun, ground, hills = 100, object = 1000 };

@@ -317,23 +317,31 @@ bool PlanetCanvas::event(QEvent* event) {
 
 // ---- drops from the library ------------------------------------------------------
 
+namespace {
+
+/// Text only; files go on to the window, which opens them.
+bool carriesText(const QMimeData* mime) {
+    return mime->hasText() && !mime->hasUrls();
+}
+
+} // namespace
+
 void PlanetCanvas::dragEnterEvent(QDragEnterEvent* event) {
-    // Text only; files go on to the window, which opens them.
-    if (event->mimeData()->hasText() && !event->mimeData()->hasUrls())
+    if (carriesText(event->mimeData()))
         event->acceptProposedAction();
     else
         event->ignore();
 }
 
 void PlanetCanvas::dragMoveEvent(QDragMoveEvent* event) {
-    if (event->mimeData()->hasText() && !event->mimeData()->hasUrls())
+    if (carriesText(event->mimeData()))
         event->acceptProposedAction();
     else
         event->ignore();
 }
 
 void PlanetCanvas::dropEvent(QDropEvent* event) {
-    if (!event->mimeData()->hasText() || event->mimeData()->hasUrls()) {
+    if (!carriesText(event->mimeData())) {
         event->ignore();
         return;
     }

@@ -298,7 +298,8 @@ private:
                            std::max(1, static_cast<int>(std::lround(logical.height() * ratio))));
         if (!m_thumbnail.isNull() && m_thumbnail.size() == pixels)
             return;
-        const QImage image = m_model.library().displayImage(m_asset.id);
+        // From the library's smallest halving still as wide: a quick, alias-free scale.
+        const QImage image = m_model.library().displayImage(m_asset.id, pixels.width());
         m_thumbnail = QPixmap::fromImage(
             image.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
         m_thumbnail.setDevicePixelRatio(ratio);

@@ -246,13 +246,7 @@ QAbstractButton* LayerInspector::rotationButton() const {
 }
 
 std::optional<PlacedLayer> LayerInspector::layer() const {
-    if (m_layerID.isNull())
-        return std::nullopt;
-    for (const PlacedLayer& layer : m_model.layers()) {
-        if (layer.id == m_layerID)
-            return layer;
-    }
-    return std::nullopt;
+    return m_model.layer(m_layerID);
 }
 
 void LayerInspector::selectionChanged() {

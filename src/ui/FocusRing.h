@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPainter>
 #include <QWidget>
 
 namespace velmora::ui {
@@ -8,6 +9,17 @@ namespace velmora::ui {
 /// the keyboard, so a window that merely gave its first button focus shows none.
 inline bool showsFocusRing(const QWidget& widget) {
     return widget.hasFocus() && widget.window()->testAttribute(Qt::WA_KeyboardFocusChange);
+}
+
+/// Draws the focus ring, a 1.5-pixel rounded outline along `bounds`, when `widget`
+/// shows one (see showsFocusRing). Leaves the painter's opacity as it is.
+inline void paintFocusRing(QPainter& painter, const QWidget& widget, const QRectF& bounds,
+                           double radius, const QColor& colour) {
+    if (!showsFocusRing(widget))
+        return;
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(colour, 1.5));
+    painter.drawRoundedRect(bounds, radius, radius);
 }
 
 } // namespace velmora::ui

@@ -92,13 +92,9 @@ void HeaderButton::paintEvent(QPaintEvent*) {
         p.setPen(look.foreground);
         p.drawText(QRectF(x, 0, width() - x, height()), Qt::AlignVCenter | Qt::AlignLeft, text());
     }
-    if (showsFocusRing(*this)) {
-        p.setOpacity(1.0);
-        p.setBrush(Qt::NoBrush);
-        p.setPen(QPen(Palette::accent, 1.5));
-        p.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), look.radius,
-                          look.radius);
-    }
+    p.setOpacity(1.0);
+    paintFocusRing(p, *this, QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), look.radius,
+                   Palette::accent);
 }
 
 } // namespace velmora::ui

@@ -44,13 +44,9 @@ void paintButtonBase(QPainter& painter, const QAbstractButton& button) {
 }
 
 void paintFocus(QPainter& painter, const QAbstractButton& button) {
-    if (!showsFocusRing(button))
-        return;
     painter.setOpacity(1.0);
-    painter.setBrush(Qt::NoBrush);
-    painter.setPen(QPen(Palette::withAlpha(Palette::accent, 0.8), 1.5));
-    painter.drawRoundedRect(QRectF(button.rect()).adjusted(0.75, 0.75, -0.75, -0.75), buttonRadius,
-                            buttonRadius);
+    paintFocusRing(painter, button, QRectF(button.rect()).adjusted(0.75, 0.75, -0.75, -0.75),
+                   buttonRadius, Palette::withAlpha(Palette::accent, 0.8));
 }
 
 } // namespace

@@ -110,11 +110,8 @@ protected:
         painter.setPen(isChecked() ? QColor(Qt::black) : Palette::withAlpha(Qt::white, 0.85));
         painter.setFont(font());
         painter.drawText(rect(), Qt::AlignCenter, text());
-        if (showsFocusRing(*this)) {
-            painter.setBrush(Qt::NoBrush);
-            painter.setPen(QPen(isChecked() ? QColor(Qt::white) : Palette::accent, 1.5));
-            painter.drawRoundedRect(bounds.adjusted(0.75, 0.75, -0.75, -0.75), r - 0.75, r - 0.75);
-        }
+        paintFocusRing(painter, *this, bounds.adjusted(0.75, 0.75, -0.75, -0.75), r - 0.75,
+                       isChecked() ? QColor(Qt::white) : Palette::accent);
     }
 
 private:

@@ -41,11 +41,7 @@ protected:
         const double x = isChecked() ? track.right() - 1 - knob : track.left() + 1;
         painter.setBrush(isDown() ? QColor(222, 222, 226) : QColor(248, 248, 250));
         painter.drawEllipse(QRectF(x, track.top() + 1, knob, knob));
-        if (showsFocusRing(*this)) {
-            painter.setBrush(Qt::NoBrush);
-            painter.setPen(QPen(Palette::withAlpha(Palette::accent, 0.8), 1.5));
-            painter.drawRoundedRect(track, r, r);
-        }
+        paintFocusRing(painter, *this, track, r, Palette::withAlpha(Palette::accent, 0.8));
     }
 };
 

@@ -71,12 +71,9 @@ void PresetButton::paintEvent(QPaintEvent*) {
     painter.drawText(textRect, Qt::AlignLeft | Qt::AlignVCenter,
                      painter.fontMetrics().elidedText(text(), Qt::ElideRight, textRect.width()));
 
-    if (showsFocusRing(*this)) {
-        painter.setOpacity(1.0);
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(m_selected ? QColor(Qt::white) : Palette::accent, 1.5));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), radius, radius);
-    }
+    painter.setOpacity(1.0);
+    paintFocusRing(painter, *this, QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), radius,
+                   m_selected ? QColor(Qt::white) : Palette::accent);
 }
 
 } // namespace velmora::ui

@@ -46,10 +46,8 @@ protected:
         p.setFont(font());
         p.setPen(m_chosen ? QColor(Qt::white) : Palette::secondaryText);
         p.drawText(rect(), Qt::AlignCenter, text());
-        if (showsFocusRing(*this)) {
-            p.setPen(QPen(Palette::accent, 1.5));
-            p.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 7, 7);
-        }
+        paintFocusRing(p, *this, QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 7,
+                       Palette::accent);
     }
 
 private:

@@ -34,12 +34,9 @@ void StepButton::paintEvent(QPaintEvent*) {
     const double glyph = symbolBoxSide(9);
     const QRectF box((width() - glyph) / 2, (height() - glyph) / 2, glyph, glyph);
     paintSymbol(painter, box, m_symbol, Palette::withAlpha(Qt::white, 0.85));
-    if (showsFocusRing(*this)) {
-        painter.setOpacity(1.0);
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(Palette::withAlpha(Palette::accent, 0.8), 1.5));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 5, 5);
-    }
+    painter.setOpacity(1.0);
+    paintFocusRing(painter, *this, QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 5,
+                   Palette::withAlpha(Palette::accent, 0.8));
 }
 
 } // namespace velmora::ui

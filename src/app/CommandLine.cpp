@@ -422,6 +422,7 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
                     failure);
 
     PlanetModel model(root);
+    model.setPreviewRendering(false);
     for (const LayerPlacement& layer : r.layers) {
         if (!model.library().asset(layer.assetID))
             return fail(QStringLiteral("--layer: unknown asset '%1' (velmora layers lists them)")

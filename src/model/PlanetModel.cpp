@@ -464,7 +464,7 @@ void PlanetModel::refreshPreview() {
     ++m_previewRefreshCount;
     if (!m_hasSource) {
         setPreviewImage(QImage());
-    } else {
+    } else if (m_previewRendering) {
         ProjectionParameters parameters = projectionParameters();
         parameters.outputSide = previewSide;
         if (const std::optional<render::Image> projected =

@@ -214,6 +214,10 @@ public:
     /// becomes null; when a stage fails the previous preview stays.
     void refreshPreview();
     int previewRefreshCount() const { return m_previewRefreshCount; }
+    /// Without a window nobody sees the preview: the command line turns its render
+    /// off, so a batch spends its time on the output alone. Refreshes still count
+    /// and announce themselves; the preview stays as it was.
+    void setPreviewRendering(bool on) { m_previewRendering = on; }
 
     /// The current projection settings in kernel order, with outputSide 0.
     ProjectionParameters projectionParameters() const;
@@ -324,6 +328,7 @@ private:
     bool m_canRedo = false;
     bool m_isApplyingPreset = false;
     int m_previewRefreshCount = 0;
+    bool m_previewRendering = true;
 };
 
 } // namespace velmora

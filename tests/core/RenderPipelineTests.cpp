@@ -108,6 +108,16 @@ TEST_F(PipelineTest, NoPictureMeansNoPreviewAndNoOutput) {
     EXPECT_FALSE(empty.outputImage(2048).has_value());
 }
 
+TEST_F(PipelineTest, WithPreviewRenderingOffRefreshesCountButOutputStillRenders) {
+    PlanetModel headless(resources.path());
+    headless.setPreviewRendering(false);
+    headless.loadImage(Image::fromQImage(test::testPanorama(400, 200)), QStringLiteral("test"));
+    headless.applyPreset(PlanetModel::Preset::sky);
+    EXPECT_EQ(headless.previewRefreshCount(), 2);
+    EXPECT_TRUE(headless.previewImage().isNull());
+    EXPECT_TRUE(headless.outputImage(256).has_value());
+}
+
 TEST_F(PipelineTest, OutputScalesLayersWithItsSide) {
     model->addLayer(QStringLiteral("Stickers/block.png"), {0.5, 0.5});
     // Scale 0.25 of a 4096 square is 1024 pixels wide, whatever the artwork's size.

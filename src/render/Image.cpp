@@ -106,14 +106,9 @@ public:
         if (inside.isEmpty())
             return;
         if (const SourceNode* source = asSource(m_child)) {
-            switch (source->pixels()->sampler().format) {
-            case VM_FORMAT_RGBA8:
-                return sampleSource<VM_FORMAT_RGBA8>(*source, rect, inside, out);
-            case VM_FORMAT_BGRA8:
-                return sampleSource<VM_FORMAT_BGRA8>(*source, rect, inside, out);
-            default:
-                return sampleSource<VM_FORMAT_RGBA16>(*source, rect, inside, out);
-            }
+            return withPixelFormat(source->pixels()->sampler().format, [&](auto format) {
+                sampleSource<decltype(format)::value>(*source, rect, inside, out);
+            });
         }
         sampleRendered(rect, inside, out, scratch);
     }

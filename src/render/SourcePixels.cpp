@@ -207,17 +207,9 @@ void SourcePixels::buildPyramid() const {
         QImage next(std::max(1, last.width() / 2), std::max(1, last.height() / 2), last.format());
         if (next.isNull())
             break; // out of memory: sampling falls back to the levels we have
-        switch (m_format) {
-        case VM_FORMAT_RGBA8:
-            downsample<VM_FORMAT_RGBA8>(m_sampler, last, next);
-            break;
-        case VM_FORMAT_BGRA8:
-            downsample<VM_FORMAT_BGRA8>(m_sampler, last, next);
-            break;
-        default:
-            downsample<VM_FORMAT_RGBA16>(m_sampler, last, next);
-            break;
-        }
+        withPixelFormat(m_format, [&](auto format) {
+            downsample<decltype(format)::value>(m_sampler, last, next);
+        });
         m_levels.push_back(std::move(next));
     }
 }
@@ -271,21 +263,10 @@ void SourcePixels::buildSeamTable() const {
     const int h = height();
     const int columns = std::clamp(w / 2000, 1, std::max(1, w / 2));
     std::vector<float> raw(4 * static_cast<size_t>(h));
-    std::pair<double, double> steps;
-    switch (m_format) {
-    case VM_FORMAT_RGBA8:
-        seamDifferences<VM_FORMAT_RGBA8>(m_sampler, columns, raw);
-        steps = seamSteps<VM_FORMAT_RGBA8>(m_sampler);
-        break;
-    case VM_FORMAT_BGRA8:
-        seamDifferences<VM_FORMAT_BGRA8>(m_sampler, columns, raw);
-        steps = seamSteps<VM_FORMAT_BGRA8>(m_sampler);
-        break;
-    default:
-        seamDifferences<VM_FORMAT_RGBA16>(m_sampler, columns, raw);
-        steps = seamSteps<VM_FORMAT_RGBA16>(m_sampler);
-        break;
-    }
+    const std::pair<double, double> steps = withPixelFormat(m_format, [&](auto format) {
+        seamDifferences<decltype(format)::value>(m_sampler, columns, raw);
+        return seamSteps<decltype(format)::value>(m_sampler);
+    });
     // A seam no rougher than three ordinary column steps is the same scene going on.
     m_seamWraps = w >= 2 && steps.first <= 3.0 * steps.second + 1e-4;
     // Blur along the seam only, so the correction has no streaks but keeps the

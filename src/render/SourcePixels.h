@@ -6,9 +6,26 @@
 
 #include <memory>
 #include <mutex>
+#include <type_traits>
 #include <vector>
 
 namespace velmora::render {
+
+/// Calls `f` with a source's VmPixelFormat as a compile-time constant,
+/// std::integral_constant<int, VM_FORMAT_...>, so templated samplers are chosen once
+/// per call instead of per pixel. Unknown values take the 16-bit path, as create()
+/// never makes them.
+template <typename F>
+decltype(auto) withPixelFormat(int format, F&& f) {
+    switch (format) {
+    case VM_FORMAT_RGBA8:
+        return f(std::integral_constant<int, VM_FORMAT_RGBA8>{});
+    case VM_FORMAT_BGRA8:
+        return f(std::integral_constant<int, VM_FORMAT_BGRA8>{});
+    default:
+        return f(std::integral_constant<int, VM_FORMAT_RGBA16>{});
+    }
+}
 
 /// Decoded pixels of a source picture, as read: sRGB-encoded, straight alpha, 8 or 16
 /// bits per channel. A mip pyramid (each level half the size, averaged in linear

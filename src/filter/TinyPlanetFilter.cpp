@@ -59,23 +59,8 @@ private:
 /// A recipe that is not plain decoded pixels gets rendered once at 16 bits so the
 /// kernel can sample it anywhere.
 std::shared_ptr<const render::SourcePixels> rasterized(const render::Image& image, int w, int h) {
-    const std::vector<float> floats =
-        render::RenderContext().renderFloats(image, QRect(0, 0, w, h));
-    QImage deep(w, h, QImage::Format_RGBA64);
-    if (deep.isNull() || floats.empty())
-        return nullptr;
-    for (int y = 0; y < h; ++y) {
-        auto* row = reinterpret_cast<quint16*>(deep.scanLine(y));
-        const float* f = floats.data() + 4 * static_cast<size_t>(y) * w;
-        for (int x = 0; x < w; ++x, f += 4, row += 4) {
-            const float a = std::clamp(f[3], 0.f, 1.f);
-            const float inv = a > 0.f ? 1.f / a : 0.f;
-            for (int i = 0; i < 3; ++i)
-                row[i] = static_cast<quint16>(std::clamp(f[i] * inv, 0.f, 1.f) * 65535.f + 0.5f);
-            row[3] = static_cast<quint16>(a * 65535.f + 0.5f);
-        }
-    }
-    return render::SourcePixels::create(std::move(deep));
+    return render::SourcePixels::create(render::RenderContext().render(
+        image, QRect(0, 0, w, h), render::RenderContext::Layout::straightRgba16));
 }
 
 } // namespace

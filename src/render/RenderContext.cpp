@@ -66,6 +66,17 @@ void storeRow(const float* src, uchar* dst, int width, int x0, int y, bool premu
     }
 }
 
+/// One row of premultiplied floats as straight 16-bit R, G, B, A.
+void storeRow16(const float* src, quint16* dst, int width) {
+    for (int i = 0; i < width; ++i, src += 4, dst += 4) {
+        const float a = std::clamp(src[3], 0.f, 1.f); // NaN fails both tests: alpha 0
+        const float inv = a > 0.f ? 65535.f / a : 0.f;
+        for (int c = 0; c < 3; ++c)
+            dst[c] = static_cast<quint16>(std::clamp(src[c] * inv, 0.f, 65535.f) + 0.5f);
+        dst[3] = static_cast<quint16>(a * 65535.f + 0.5f);
+    }
+}
+
 template <typename TileFn>
 void forEachTile(const Image& image, const QRect& area, TileFn&& fn) {
     image.node()->prepare();
@@ -92,9 +103,12 @@ void forEachTile(const Image& image, const QRect& area, TileFn&& fn) {
 QImage RenderContext::render(const Image& image, const QRect& area, Layout layout) const {
     if (area.isEmpty())
         return {};
-    QImage target(area.size(), layout == Layout::premultipliedArgb32
-                                   ? QImage::Format_ARGB32_Premultiplied
-                                   : QImage::Format_RGBA8888);
+    QImage::Format format = QImage::Format_RGBA8888;
+    if (layout == Layout::premultipliedArgb32)
+        format = QImage::Format_ARGB32_Premultiplied;
+    else if (layout == Layout::straightRgba16)
+        format = QImage::Format_RGBA64;
+    QImage target(area.size(), format);
     if (target.isNull() || !renderInto(image, area, target))
         return {};
     return target;
@@ -102,16 +116,21 @@ QImage RenderContext::render(const Image& image, const QRect& area, Layout layou
 
 bool RenderContext::renderInto(const Image& image, const QRect& area, QImage& target) const {
     const bool argb = target.format() == QImage::Format_ARGB32_Premultiplied;
+    const bool deep = target.format() == QImage::Format_RGBA64;
     if (area.isEmpty() || target.size() != area.size() ||
-        (!argb && target.format() != QImage::Format_RGBA8888))
+        (!argb && !deep && target.format() != QImage::Format_RGBA8888))
         return false;
     uchar* bits = target.bits();
     const qsizetype bpl = target.bytesPerLine();
+    const int pixelBytes = deep ? 8 : 4;
     forEachTile(image, area, [&](const QRect& tile, const TileView& view) {
         for (int y = 0; y < view.height; ++y) {
-            const int row = tile.top() - area.top() + y;
-            storeRow(view.row(y), bits + row * bpl + 4 * (tile.left() - area.left()), view.width,
-                     tile.left(), tile.top() + y, argb);
+            uchar* line = bits + (tile.top() - area.top() + y) * bpl +
+                          pixelBytes * (tile.left() - area.left());
+            if (deep)
+                storeRow16(view.row(y), reinterpret_cast<quint16*>(line), view.width);
+            else
+                storeRow(view.row(y), line, view.width, tile.left(), tile.top() + y, argb);
         }
     });
     return true;

@@ -19,17 +19,20 @@ public:
         premultipliedArgb32,
         /// QImage::Format_RGBA8888, straight alpha, as PNG stores it.
         straightRgba8,
+        /// QImage::Format_RGBA64, straight alpha, undithered: an intermediate picture
+        /// that keeps what 8 bits would lose.
+        straightRgba16,
     };
 
     static constexpr int tileSize = 64;
 
-    /// Renders `area` of `image` (image coordinates) into a new 8-bit image, with an
-    /// ordered dither of half a code value so smooth gradients do not band. Returns a
-    /// null image when the area is empty or its memory cannot be had.
+    /// Renders `area` of `image` (image coordinates) into a new image; 8-bit layouts get
+    /// an ordered dither of half a code value so smooth gradients do not band. Returns
+    /// a null image when the area is empty or its memory cannot be had.
     QImage render(const Image& image, const QRect& area, Layout layout) const;
 
-    /// Renders into an existing 8-bit image of area's size in one of the two layouts
-    /// (Format_ARGB32_Premultiplied or Format_RGBA8888).
+    /// Renders into an existing image of area's size in one of the layouts
+    /// (Format_ARGB32_Premultiplied, Format_RGBA8888 or Format_RGBA64).
     bool renderInto(const Image& image, const QRect& area, QImage& target) const;
 
     /// The raw tile values (premultiplied, sRGB-encoded, unclamped floats), four per

@@ -204,6 +204,28 @@ TEST(ImageEngine, SixteenBitSourcesKeepTheirPrecision) {
     const std::vector<float> f =
         RenderContext().renderFloats(Image::fromQImage(deep), QRect(0, 0, 2, 1));
     EXPECT_NEAR(f[4] - f[0], 1.f / 65535.f, 2e-7f);
+
+    // And the 16-bit layout hands them back, straight, partial alpha included.
+    QImage varied(64, 3, QImage::Format_RGBA64);
+    for (int x = 0; x < 64; ++x) {
+        const quint16 v = static_cast<quint16>(1000 * x + 7);
+        varied.setPixelColor(x, 0, QColor::fromRgba64(v, 65535 - v, 32769, 65535));
+        varied.setPixelColor(x, 1, QColor::fromRgba64(v, 40000, 123, 50000));
+        varied.setPixelColor(x, 2, QColor::fromRgba64(0, 0, 0, 0));
+    }
+    const QImage back = RenderContext().render(Image::fromQImage(varied), varied.rect(),
+                                               RenderContext::Layout::straightRgba16);
+    ASSERT_EQ(back.format(), QImage::Format_RGBA64);
+    for (int y = 0; y < 3; ++y) {
+        for (int x = 0; x < 64; ++x) {
+            const QRgba64 want = varied.pixelColor(x, y).rgba64();
+            const QRgba64 got = back.pixelColor(x, y).rgba64();
+            EXPECT_NEAR(got.red(), want.red(), 2) << x << "," << y;
+            EXPECT_NEAR(got.green(), want.green(), 2) << x << "," << y;
+            EXPECT_NEAR(got.blue(), want.blue(), 2) << x << "," << y;
+            EXPECT_EQ(got.alpha(), want.alpha()) << x << "," << y;
+        }
+    }
 }
 
 // Tiles must agree at their seams: any sub-rectangle renders exactly as the same

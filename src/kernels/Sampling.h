@@ -153,48 +153,54 @@ VM_INLINE float fastLog2(float x) {
     return static_cast<float>(exponent) + (-0.34484843f * m + 2.02466578f) * m - 1.67487759f;
 }
 
-/// Trilinear sample of a panorama at (u, v), u in [0, 1), `lod` as for sampleLod: the
-/// same level choice, on the kernel's fast bilinear.
-template <int Format, bool Opaque>
-VM_INLINE Rgba samplePanorama(const VmSampler& s, float u, float v, float lod) {
+/// Which pyramid level a footprint of 2^lod level-0 pixels reads, and how much of the
+/// next level to blend in (0: none). Within `band` of a level that level alone is
+/// used, half the fetches and no visible difference; between the bands the blend is
+/// trilinear.
+struct LevelBlend {
+    int level;
+    float next;
+};
+
+VM_INLINE LevelBlend levelBlend(const VmSampler& s, float lod, float band) {
     const int last = s.levelCount - 1;
     lod = clampf(lod, 0.f, static_cast<float>(last));
-    int l0 = static_cast<int>(lod);
-    float t = lod - static_cast<float>(l0);
-    if (t > 0.7f && l0 < last) {
-        ++l0;
-        t = 0.f;
-    }
-    const Rgba first = bilinearPanorama<Format, Opaque>(s, s.levels[l0], u, v);
-    if (t < 0.3f || l0 == last)
+    const int l0 = static_cast<int>(lod);
+    const float t = lod - static_cast<float>(l0);
+    if (t > 1.f - band && l0 < last)
+        return {l0 + 1, 0.f};
+    if (t < band || l0 == last)
+        return {l0, 0.f};
+    return {l0, (t - band) * (1.f / (1.f - 2.f * band))};
+}
+
+/// Trilinear sample of a panorama at (u, v), u in [0, 1), `lod` as for sampleLod, on
+/// the kernel's fast bilinear and with a wider single-level band (0.3).
+template <int Format, bool Opaque>
+VM_INLINE Rgba samplePanorama(const VmSampler& s, float u, float v, float lod) {
+    const LevelBlend pick = levelBlend(s, lod, 0.3f);
+    const Rgba first = bilinearPanorama<Format, Opaque>(s, s.levels[pick.level], u, v);
+    if (pick.next == 0.f)
         return first;
-    return lerp(first, bilinearPanorama<Format, Opaque>(s, s.levels[l0 + 1], u, v),
-                (t - 0.3f) * (1.f / 0.4f));
+    return lerp(first, bilinearPanorama<Format, Opaque>(s, s.levels[pick.level + 1], u, v),
+                pick.next);
 }
 
 /// Filtered sample at normalised coordinates (u, v) of level 0 (0..1 over its width
 /// and height); `lod` is log2 of the footprint in level-0 pixels. Between two levels
-/// the blend is trilinear, except within 0.2 of a level, where that level alone is
-/// used: half the fetches, and no visible difference at these footprints.
+/// the blend is trilinear, except within 0.2 of a level.
 template <int Format, bool Opaque>
 VM_INLINE Rgba sampleLod(const VmSampler& s, float u, float v, float lod) {
-    const int last = s.levelCount - 1;
-    lod = clampf(lod, 0.f, static_cast<float>(last));
-    int l0 = static_cast<int>(lod);
-    float t = lod - static_cast<float>(l0);
-    if (t > 0.8f && l0 < last) {
-        ++l0;
-        t = 0.f;
-    }
-    const VmLevel& a = s.levels[l0];
-    const Rgba first = bilinear<Format, Opaque>(s, a, u * static_cast<float>(a.width),
-                                                v * static_cast<float>(a.height));
-    if (t < 0.2f || l0 == last)
+    const LevelBlend pick = levelBlend(s, lod, 0.2f);
+    const auto at = [&](int level) {
+        const VmLevel& l = s.levels[level];
+        return bilinear<Format, Opaque>(s, l, u * static_cast<float>(l.width),
+                                        v * static_cast<float>(l.height));
+    };
+    const Rgba first = at(pick.level);
+    if (pick.next == 0.f)
         return first;
-    const VmLevel& b = s.levels[l0 + 1];
-    const Rgba second = bilinear<Format, Opaque>(s, b, u * static_cast<float>(b.width),
-                                                 v * static_cast<float>(b.height));
-    return lerp(first, second, (t - 0.2f) * (1.f / 0.6f));
+    return lerp(first, at(pick.level + 1), pick.next);
 }
 
 /// Linear light in [0, 1] to sRGB code value in [0, 1], from the encode table.

@@ -22,4 +22,11 @@ inline void paintFocusRing(QPainter& painter, const QWidget& widget, const QRect
     painter.drawRoundedRect(bounds, radius, radius);
 }
 
+/// The focus ring along the widget's own outline, the pen just inside its rect.
+inline void paintFocusRing(QPainter& painter, const QWidget& widget, double radius,
+                           const QColor& colour) {
+    paintFocusRing(painter, widget, QRectF(widget.rect()).adjusted(0.75, 0.75, -0.75, -0.75),
+                   radius, colour);
+}
+
 } // namespace velmora::ui

@@ -93,8 +93,7 @@ void HeaderButton::paintEvent(QPaintEvent*) {
         p.drawText(QRectF(x, 0, width() - x, height()), Qt::AlignVCenter | Qt::AlignLeft, text());
     }
     p.setOpacity(1.0);
-    paintFocusRing(p, *this, QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), look.radius,
-                   Palette::accent);
+    paintFocusRing(p, *this, look.radius, Palette::accent);
 }
 
 } // namespace velmora::ui

@@ -45,8 +45,7 @@ void paintButtonBase(QPainter& painter, const QAbstractButton& button) {
 
 void paintFocus(QPainter& painter, const QAbstractButton& button) {
     painter.setOpacity(1.0);
-    paintFocusRing(painter, button, QRectF(button.rect()).adjusted(0.75, 0.75, -0.75, -0.75),
-                   buttonRadius, Palette::withAlpha(Palette::accent, 0.8));
+    paintFocusRing(painter, button, buttonRadius, Palette::withAlpha(Palette::accent, 0.8));
 }
 
 } // namespace

@@ -72,8 +72,7 @@ void PresetButton::paintEvent(QPaintEvent*) {
                      painter.fontMetrics().elidedText(text(), Qt::ElideRight, textRect.width()));
 
     painter.setOpacity(1.0);
-    paintFocusRing(painter, *this, QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), radius,
-                   m_selected ? QColor(Qt::white) : Palette::accent);
+    paintFocusRing(painter, *this, radius, m_selected ? QColor(Qt::white) : Palette::accent);
 }
 
 } // namespace velmora::ui

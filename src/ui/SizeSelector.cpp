@@ -46,8 +46,7 @@ protected:
         p.setFont(font());
         p.setPen(m_chosen ? QColor(Qt::white) : Palette::secondaryText);
         p.drawText(rect(), Qt::AlignCenter, text());
-        paintFocusRing(p, *this, QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 7,
-                       Palette::accent);
+        paintFocusRing(p, *this, 7, Palette::accent);
     }
 
 private:

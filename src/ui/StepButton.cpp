@@ -35,8 +35,7 @@ void StepButton::paintEvent(QPaintEvent*) {
     const QRectF box((width() - glyph) / 2, (height() - glyph) / 2, glyph, glyph);
     paintSymbol(painter, box, m_symbol, Palette::withAlpha(Qt::white, 0.85));
     painter.setOpacity(1.0);
-    paintFocusRing(painter, *this, QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), 5,
-                   Palette::withAlpha(Palette::accent, 0.8));
+    paintFocusRing(painter, *this, 5, Palette::withAlpha(Palette::accent, 0.8));
 }
 
 } // namespace velmora::ui

@@ -1,4 +1,5 @@
 #include "BenchSupport.h"
+#include "model/DocumentFiles.h"
 
 #include "render/PngWriter.h"
 #include "render/RenderContext.h"
@@ -24,9 +25,9 @@ static void exportPng(benchmark::State& state) {
     const QTemporaryDir dir;
     const QString path = dir.filePath(QStringLiteral("planet.png"));
     for (auto _ : state) {
-        const QString error = model->exportPNG(path);
-        if (!error.isEmpty())
-            state.SkipWithError(error.toStdString().c_str());
+        const Status exported = exportPNG(*model, path);
+        if (!exported)
+            state.SkipWithError(exported.message().toStdString().c_str());
     }
     state.counters["file_MB"] = static_cast<double>(QFile(path).size()) / 1e6;
 }
@@ -45,8 +46,9 @@ const QImage& planetPixels(int side) {
     if (pixels.width() != side) {
         const std::unique_ptr<PlanetModel> model = bench::modelWithSample();
         if (model) {
-            pixels = model->context().render(*model->outputImage(side), QRect(0, 0, side, side),
-                                             render::RenderContext::Layout::straightRgba8);
+            pixels = model->renderer()
+                         .render(model->look(), model->sourceImage(), model->library(), side)
+                         .value();
         }
     }
     return pixels;

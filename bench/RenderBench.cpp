@@ -23,7 +23,10 @@ std::unique_ptr<PlanetModel> modelWithSample() {
     const QImage picture = reader.read();
     if (picture.isNull())
         return nullptr;
-    auto model = std::make_unique<PlanetModel>(resources());
+    Result<PlanetRenderer> renderer = PlanetRenderer::load(resources());
+    if (!renderer)
+        return nullptr;
+    auto model = std::make_unique<PlanetModel>(std::move(renderer).value(), resources());
     model->loadImage(render::Image::fromQImage(picture), QStringLiteral("panorama"));
     return model;
 }
@@ -81,11 +84,9 @@ static void previewRender(benchmark::State& state) {
     }
     const auto preset = state.range(0);
     if (preset >= 0)
-        model->applyPreset(PlanetModel::allPresets[static_cast<size_t>(preset)]);
-    state.SetLabel(
-        preset >= 0
-            ? PlanetModel::title(PlanetModel::allPresets[static_cast<size_t>(preset)]).toStdString()
-            : "defaults");
+        model->applyPreset(allPresets[static_cast<size_t>(preset)]);
+    state.SetLabel(preset >= 0 ? presetTitle(allPresets[static_cast<size_t>(preset)]).toStdString()
+                               : "defaults");
     for (auto _ : state)
         model->refreshPreview();
 }
@@ -105,17 +106,17 @@ static void outputRender(benchmark::State& state) {
     }
     const int side = static_cast<int>(state.range(0));
     bench::addLayers(*model, static_cast<int>(state.range(1)));
-    const render::RenderContext& context = model->context();
+    const PlanetRenderer& renderer = model->renderer();
     // The window has decoded placed artwork long before an export: do that here too,
     // so the memory counted is the render's own.
-    context.render(model->outputImage(256).value(), QRect(0, 0, 256, 256),
-                   render::RenderContext::Layout::straightRgba8);
+    benchmark::DoNotOptimize(
+        renderer.render(model->look(), model->sourceImage(), model->library(), 256).ok());
     long overheadKiB = 0;
     for (auto _ : state) {
         bench::resetPeakResident();
         const long before = bench::currentResidentKiB();
-        QImage out = context.render(model->outputImage(side).value(), QRect(0, 0, side, side),
-                                    render::RenderContext::Layout::straightRgba8);
+        QImage out =
+            renderer.render(model->look(), model->sourceImage(), model->library(), side).value();
         benchmark::DoNotOptimize(out.constBits());
         const long outputKiB = static_cast<long>(out.sizeInBytes() / 1024);
         overheadKiB = std::max(overheadKiB, bench::peakResidentKiB() - before - outputKiB);

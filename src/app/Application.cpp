@@ -1,17 +1,21 @@
 #include "app/Application.h"
+#include "model/DocumentFiles.h"
 
+#include "app/FatalError.h"
 #include "app/MainWindow.h"
-#include "filter/FatalError.h"
 #include "model/PlanetModel.h"
+#include "model/PlanetRenderer.h"
 #include "model/Resources.h"
+#include "style/Palette.h"
 #include "ui/ContentView.h"
-#include "ui/Palette.h"
 
 #include <QApplication>
 #include <QDir>
 #include <QFontDatabase>
 #include <QMessageBox>
 #include <QStyleFactory>
+
+#include <cstdio>
 
 namespace velmora {
 
@@ -21,22 +25,22 @@ namespace {
 void applyDarkLook(QApplication& app) {
     app.setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     QPalette pal;
-    pal.setColor(QPalette::Window, ui::Palette::background);
+    pal.setColor(QPalette::Window, style::Palette::background);
     pal.setColor(QPalette::WindowText, Qt::white);
-    pal.setColor(QPalette::Base, ui::Palette::panel);
-    pal.setColor(QPalette::AlternateBase, ui::Palette::control);
+    pal.setColor(QPalette::Base, style::Palette::panel);
+    pal.setColor(QPalette::AlternateBase, style::Palette::control);
     pal.setColor(QPalette::Text, Qt::white);
-    pal.setColor(QPalette::Button, ui::Palette::control);
+    pal.setColor(QPalette::Button, style::Palette::control);
     pal.setColor(QPalette::ButtonText, Qt::white);
-    pal.setColor(QPalette::Highlight, ui::Palette::accent);
+    pal.setColor(QPalette::Highlight, style::Palette::accent);
     pal.setColor(QPalette::HighlightedText, Qt::black);
-    pal.setColor(QPalette::ToolTipBase, ui::Palette::controlRaised);
+    pal.setColor(QPalette::ToolTipBase, style::Palette::controlRaised);
     pal.setColor(QPalette::ToolTipText, Qt::white);
-    pal.setColor(QPalette::PlaceholderText, ui::Palette::tertiaryText);
-    pal.setColor(QPalette::Link, ui::Palette::accent);
+    pal.setColor(QPalette::PlaceholderText, style::Palette::tertiaryText);
+    pal.setColor(QPalette::Link, style::Palette::accent);
     for (const QPalette::ColorRole role :
          {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
-        pal.setColor(QPalette::Disabled, role, ui::Palette::tertiaryText);
+        pal.setColor(QPalette::Disabled, role, style::Palette::tertiaryText);
     app.setPalette(pal);
 }
 
@@ -70,9 +74,19 @@ int runWindow(int& argc, char** argv, const cli::Invocation& invocation) {
         setResourcesRoot(invocation.resources);
     prepareApplication();
 
-    MainWindow window;
-    if (!invocation.image.isEmpty())
-        window.content()->model().loadImageFile(invocation.image);
+    // Without its kernel there is no planet to show: the one fatal condition.
+    const Result<PlanetRenderer> renderer = PlanetRenderer::load(resourcesRoot());
+    if (!renderer)
+        fatalError(renderer.message());
+
+    MainWindow window(*renderer);
+    if (!invocation.image.isEmpty()) {
+        // A picture named on the command line that does not open is said on the
+        // terminal it was named on; the window starts empty.
+        if (const Status loaded = loadImageFile(window.content()->model(), invocation.image);
+            !loaded)
+            std::fprintf(stderr, "velmora: %s\n", qPrintable(loaded.message()));
+    }
     window.resize(1400, 900);
     window.show();
     return app.exec();

@@ -2,7 +2,9 @@
 
 #include "layers/LayerLibrary.h"
 #include "model/ImageDecoding.h"
+#include "model/PlanetRenderer.h"
 #include "model/Resources.h"
+#include "render/PngWriter.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -13,30 +15,6 @@
 namespace velmora::cli {
 
 namespace {
-
-using Preset = PlanetModel::Preset;
-
-/// The settings --name X can set, with the state field each one writes.
-const std::map<QString, double PlanetModel::PlanetState::*>& settingFields() {
-    using S = PlanetModel::PlanetState;
-    static const std::map<QString, double S::*> fields{
-        {QStringLiteral("zoom"), &S::zoom},
-        {QStringLiteral("rotate"), &S::rotationDegrees},
-        {QStringLiteral("flip-x"), &S::flipX},
-        {QStringLiteral("flip-y"), &S::flipY},
-        {QStringLiteral("shift-x"), &S::shiftX},
-        {QStringLiteral("shift-y"), &S::horizon},
-        {QStringLiteral("twist"), &S::twist},
-        {QStringLiteral("convexity"), &S::convexity},
-        {QStringLiteral("repeats"), &S::repeats},
-        {QStringLiteral("seam-blend"), &S::blendWidth},
-        {QStringLiteral("gamma"), &S::gamma},
-        {QStringLiteral("contrast"), &S::contrast},
-        {QStringLiteral("saturation"), &S::saturation},
-        {QStringLiteral("vignette"), &S::vignette},
-    };
-    return fields;
-}
 
 std::optional<double> finiteNumber(const QString& text) {
     bool ok = false;
@@ -139,20 +117,11 @@ Invocation parseRender(ArgumentReader& reader) {
             const auto v = value();
             if (!v)
                 return missing();
-            r.preset = presetByName(*v);
+            r.preset = velmora::presetByName(*v);
             if (!r.preset)
                 return withError(inv, QStringLiteral("--preset: unknown preset '%1' (classic, sky, "
                                                      "horizontal, spiral, double)")
                                           .arg(*v));
-        } else if (name == QLatin1String("--invert")) {
-            if (!hasInline) {
-                r.invert = true;
-            } else {
-                r.invert = yesNo(inlineValue);
-                if (!r.invert)
-                    return withError(
-                        inv, QStringLiteral("--invert: '%1' is not yes or no").arg(inlineValue));
-            }
         } else if (name == QLatin1String("--layer")) {
             const auto v = value();
             if (!v)
@@ -167,7 +136,19 @@ Invocation parseRender(ArgumentReader& reader) {
             if (!v || v->isEmpty())
                 return missing();
             inv.resources = *v;
-        } else if (name.startsWith(QLatin1String("--")) && settingFields().count(name.mid(2))) {
+        } else if (const std::optional<Setting> setting =
+                       name.startsWith(QLatin1String("--"))
+                           ? settingByOption(QStringView(name).mid(2))
+                           : std::nullopt) {
+            if (settingInfo(*setting).control == SettingControl::toggle) {
+                // A switch: on by itself, or --name=yes|no.
+                const std::optional<bool> on = hasInline ? yesNo(inlineValue) : true;
+                if (!on)
+                    return withError(
+                        inv, QStringLiteral("%1: '%2' is not yes or no").arg(name, inlineValue));
+                r.settings[*setting] = *on ? 1.0 : 0.0;
+                continue;
+            }
             const auto v = value();
             if (!v)
                 return missing();
@@ -175,7 +156,7 @@ Invocation parseRender(ArgumentReader& reader) {
             if (!n)
                 return withError(inv,
                                  QStringLiteral("%1: '%2' is not a finite number").arg(name, *v));
-            r.settings[name.mid(2)] = *n;
+            r.settings[*setting] = *n;
         } else {
             return withError(
                 inv, QStringLiteral("unknown option '%1' (velmora --help lists them)").arg(name));
@@ -187,17 +168,6 @@ Invocation parseRender(ArgumentReader& reader) {
 }
 
 } // namespace
-
-std::optional<PlanetModel::Preset> presetByName(const QString& name) {
-    static const std::map<QString, Preset> cases{{QStringLiteral("classic"), Preset::classic},
-                                                 {QStringLiteral("sky"), Preset::sky},
-                                                 {QStringLiteral("horizontal"), Preset::horizontal},
-                                                 {QStringLiteral("spiral"), Preset::spiral},
-                                                 {QStringLiteral("double"), Preset::double_}};
-    if (const auto found = cases.find(name); found != cases.end())
-        return found->second;
-    return PlanetModel::presetFromTitle(name);
-}
 
 std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* error) {
     const auto fail = [&](const QString& why) -> std::optional<LayerPlacement> {
@@ -321,7 +291,45 @@ QString versionText() {
     return QStringLiteral("velmora %1").arg(QStringLiteral(VELMORA_VERSION));
 }
 
+namespace {
+
+/// "0.2", "-180", "0.12": numbers as people write them.
+QString number(double value) {
+    return QString::number(value, 'g', 6);
+}
+
+/// One option line: the option and its value padded to a column, then the text.
+QString optionLine(const QString& option, const QString& text) {
+    constexpr int column = 22;
+    QString line = QStringLiteral("  ") + option;
+    line += line.size() < column ? QString(column - line.size(), QLatin1Char(' '))
+                                 : QStringLiteral("\n") + QString(column, QLatin1Char(' '));
+    return line + text + QLatin1Char('\n');
+}
+
+/// The line --help gives a setting, from the settings table.
+QString settingLine(const SettingInfo& info) {
+    const QString option = QStringLiteral("--") + QLatin1String(info.option);
+    if (info.control == SettingControl::toggle)
+        return optionLine(option + QStringLiteral("[=yes|no]"),
+                          QLatin1String(info.help) +
+                              QStringLiteral(" [%1]").arg(info.defaultValue != 0.0
+                                                              ? QStringLiteral("yes")
+                                                              : QStringLiteral("no")));
+    QString text = QLatin1String(info.help);
+    if (!text.isEmpty())
+        text += QLatin1Char(' ');
+    text += QStringLiteral("[%1 to %2, %3]")
+                .arg(number(info.lower), number(info.upper), number(info.defaultValue));
+    return optionLine(option + QLatin1Char(' ') + QLatin1String(info.valueName), text);
+}
+
+} // namespace
+
 QString helpText() {
+    QString settings;
+    for (const SettingInfo& info : settingsTable())
+        settings += settingLine(info);
     return QStringLiteral(R"(Velmora - tiny planet photo studio
 
 Usage:
@@ -331,30 +339,17 @@ Usage:
   velmora --help | --version
 
 render turns IMAGE (by default the sample panorama that ships with Velmora)
-into a square tiny planet PNG, 8-bit RGBA, sRGB. Settings use the window's
-units; the range and default each slider has are given in brackets, but any
-finite number is accepted.
+into a square tiny planet PNG, 8-bit RGBA, sRGB. Settings are the window's, by
+the same names and in its units; the range and default each slider has are
+given in brackets, but any finite number is accepted.
 
   -o, --output FILE   where to write the PNG (required); written whole or not at all
   --size N            side in pixels, 64 to 16384 [2048]
   --preset NAME       classic, sky, horizontal, spiral, double, or a title such
                       as "Sky World"; applied first, the settings below override it
-  --zoom X            planet size [0.2 to 4, 1]
-  --rotate DEGREES    turn, clockwise [-180 to 180, 0]
-  --flip-x X          tilt about the vertical axis [-1 to 1, 0]
-  --flip-y X          tilt about the horizontal axis [-1 to 1, 0]
-  --shift-x X         planet centre right (+) or left [-1 to 1, 0]
-  --shift-y X         planet centre up (+) or down [-1 to 1, 0]
-  --twist X           spiral [-5 to 5, 0]
-  --convexity X       bulge of the planet [-0.5 to 1, 0]
-  --repeats X         times the panorama goes round [1 to 10, 1]
-  --seam-blend X      cross-fade where the picture's ends meet [0 to 0.4, 0.12]
-  --invert[=yes|no]   sky in the middle
-  --gamma X           [0.5 to 2, 1]
-  --contrast X        [0.5 to 2, 1]
-  --saturation X      0 is black and white [0 to 2, 1]
-  --vignette X        darkening of the corners [0 to 1, 0]
-  --layer LAYER       artwork to place, bottom first; repeatable. LAYER is
+)") + settings +
+           QStringLiteral(
+               R"(  --layer LAYER       artwork to place, bottom first; repeatable. LAYER is
                       ASSET_ID[@X,Y][:key=value,...]: the point is where its
                       centre goes (0,0 top-left to 1,1 bottom-right, default
                       0.5,0.5); keys are scale (width as a fraction of the side,
@@ -383,6 +378,31 @@ int runLayers(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     for (const LayerAsset& asset : library.assets())
         out << asset.id << '\t' << asset.category << '\t' << asset.name << '\n';
     return success;
+}
+
+Result<Look> lookFromOptions(const RenderOptions& options, const LayerLibrary& library) {
+    Look look;
+    if (options.preset)
+        look = look.withPreset(*options.preset);
+    for (const auto& [setting, value] : options.settings) {
+        look.setValue(setting, value);
+        if (settingInfo(setting).kind == SettingKind::projection)
+            look.selectedPreset.reset();
+    }
+    for (const LayerPlacement& placement : options.layers) {
+        const LayerAsset* asset = library.asset(placement.assetID);
+        if (!asset)
+            return Failure{QStringLiteral("--layer: unknown asset '%1' (velmora layers lists them)")
+                               .arg(placement.assetID)};
+        PlacedLayer layer = placeAsset(*asset, placement.at);
+        layer.scale = placement.scale.value_or(layer.scale);
+        layer.rotation = placement.rotation.value_or(layer.rotation);
+        layer.opacity = placement.opacity.value_or(layer.opacity);
+        layer.blendMode = placement.blend.value_or(layer.blendMode);
+        layer.flipped = placement.flip;
+        look.layers.append(layer);
+    }
+    return look;
 }
 
 int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) {
@@ -421,45 +441,22 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
         return fail(QStringLiteral("no sample panorama at %1; give a picture to render").arg(input),
                     failure);
 
-    PlanetModel model(root);
-    model.setPreviewRendering(false);
-    for (const LayerPlacement& layer : r.layers) {
-        if (!model.library().asset(layer.assetID))
-            return fail(QStringLiteral("--layer: unknown asset '%1' (velmora layers lists them)")
-                            .arg(layer.assetID),
-                        usageError);
-    }
+    const Result<PlanetRenderer> renderer = PlanetRenderer::load(root);
+    if (!renderer)
+        return fail(renderer.message(), failure);
+    LayerLibrary library(root);
+    const Result<Look> look = lookFromOptions(r, library);
+    if (!look)
+        return fail(look.message(), usageError);
 
-    const DecodedImage decoded = decodeImageFile(input);
-    if (!decoded.ok())
-        return fail(decoded.error, failure);
-    model.loadImage(decoded.image, QFileInfo(input).completeBaseName());
-
-    if (r.preset)
-        model.applyPreset(*r.preset);
-    // All overrides as one batch: one preview render, not one per setting.
-    PlanetModel::PlanetState state = model.snapshot();
-    for (const auto& [name, value] : r.settings)
-        state.*settingFields().at(name) = value;
-    if (r.invert)
-        state.invert = *r.invert;
-    model.restore(state);
-
-    for (const LayerPlacement& placement : r.layers) {
-        model.addLayer(placement.assetID, placement.at);
-        model.updateLayer(model.selectedLayerID(), [&](PlacedLayer& layer) {
-            layer.scale = placement.scale.value_or(layer.scale);
-            layer.rotation = placement.rotation.value_or(layer.rotation);
-            layer.opacity = placement.opacity.value_or(layer.opacity);
-            layer.blendMode = placement.blend.value_or(layer.blendMode);
-            layer.flipped = placement.flip;
-        });
-    }
-
-    model.setOutputSize(r.size);
-    const QString error = model.exportPNG(r.output);
-    if (!error.isEmpty())
-        return fail(error, failure);
+    const Result<render::Image> source = decodeImageFile(input);
+    if (!source)
+        return fail(source.message(), failure);
+    const Result<QImage> pixels = renderer->render(*look, *source, library, r.size);
+    if (!pixels)
+        return fail(QStringLiteral("%1: %2").arg(r.output, pixels.message()), failure);
+    if (const Status written = render::writePngFile(*pixels, r.output); !written)
+        return fail(written.message(), failure);
     return success;
 }
 

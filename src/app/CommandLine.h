@@ -2,7 +2,10 @@
 
 #include "layers/LayerBlendMode.h"
 #include "layers/PlacedLayer.h"
-#include "model/PlanetModel.h"
+#include "model/Look.h"
+#include "model/Preset.h"
+#include "model/Settings.h"
+#include "render/Result.h"
 
 #include <QList>
 #include <QString>
@@ -10,6 +13,10 @@
 #include <QTextStream>
 
 #include <map>
+
+namespace velmora {
+class LayerLibrary;
+}
 #include <optional>
 
 namespace velmora::cli {
@@ -29,17 +36,15 @@ struct LayerPlacement {
     bool flip = false;
 };
 
-/// A setting the command line can override, by its option name ("zoom", "rotate",
-/// "shift-y", ...).
-using Settings = std::map<QString, double>;
+/// The settings given on the command line, each by the option the table names.
+using Settings = std::map<Setting, double>;
 
 struct RenderOptions {
     QString input; ///< empty: the shipped sample panorama
     QString output;
     int size = 2048;
-    std::optional<PlanetModel::Preset> preset;
+    std::optional<Preset> preset;
     Settings settings;
-    std::optional<bool> invert;
     QList<LayerPlacement> layers;
 };
 
@@ -58,14 +63,16 @@ Invocation parse(const QStringList& arguments);
 /// Parses one --layer value, or says what is wrong with it.
 std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* error);
 
-/// The preset for a case name ("sky", "double") or a title ("Sky World").
-std::optional<PlanetModel::Preset> presetByName(const QString& name);
-
 QString helpText();
 QString versionText();
 
 /// Whether this invocation needs a window system (only the window does).
 bool needsDisplay(const QStringList& arguments);
+
+/// The look `options` describe: the preset first, then each setting given, then the
+/// layers as the window would add them, with their keys. Fails, naming the asset,
+/// for a layer that is not in `library`.
+Result<Look> lookFromOptions(const RenderOptions& options, const LayerLibrary& library);
 
 /// Runs `render`: the picture with its settings and layers to OUT. Messages go to
 /// `err`; nothing is written unless everything succeeds.

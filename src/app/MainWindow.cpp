@@ -1,7 +1,7 @@
 #include "app/MainWindow.h"
 
+#include "style/Palette.h"
 #include "ui/ContentView.h"
-#include "ui/Palette.h"
 
 #include <QDesktopServices>
 #include <QMenu>
@@ -38,7 +38,7 @@ QUrl MainWindow::moreAppsUrl() {
     return configuredUrl(VELMORA_MORE_APPS_URL);
 }
 
-MainWindow::MainWindow(QWidget* parent)
+MainWindow::MainWindow(const PlanetRenderer& renderer, QWidget* parent)
     : QWidget(parent, Qt::Window | Qt::FramelessWindowHint) {
     setObjectName(QStringLiteral("main"));
     setWindowTitle(QStringLiteral("Velmora"));
@@ -46,7 +46,7 @@ MainWindow::MainWindow(QWidget* parent)
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(resizeBorder, resizeBorder, resizeBorder, resizeBorder);
-    m_content = new ui::ContentView(this);
+    m_content = new ui::ContentView(renderer, this);
     layout->addWidget(m_content);
     setMinimumSize(1100 + 2 * resizeBorder, 760 + 2 * resizeBorder);
 
@@ -65,10 +65,10 @@ MainWindow::MainWindow(QWidget* parent)
 
 void MainWindow::paintEvent(QPaintEvent*) {
     QPainter p(this);
-    p.fillRect(rect(), ui::Palette::background);
+    p.fillRect(rect(), style::Palette::background);
     if (!isMaximized()) {
         // Without a system frame, a hairline keeps the window's edge visible.
-        p.setPen(ui::Palette::hairline);
+        p.setPen(style::Palette::hairline);
         p.drawRect(rect().adjusted(0, 0, -1, -1));
     }
 }

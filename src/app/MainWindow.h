@@ -7,6 +7,8 @@ class QMenu;
 
 namespace velmora {
 
+class PlanetRenderer;
+
 namespace ui {
 class ContentView;
 }
@@ -20,7 +22,7 @@ class MainWindow : public QWidget {
 public:
     static constexpr int resizeBorder = 4;
 
-    explicit MainWindow(QWidget* parent = nullptr);
+    explicit MainWindow(const PlanetRenderer& renderer, QWidget* parent = nullptr);
 
     ui::ContentView* content() const { return m_content; }
     QMenu* helpMenu() const { return m_help; }

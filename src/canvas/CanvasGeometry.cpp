@@ -1,6 +1,6 @@
 #include "canvas/CanvasGeometry.h"
 
-#include "model/Angles.h"
+#include "layers/Angles.h"
 
 #include <QTransform>
 

@@ -1,9 +1,9 @@
 #include "canvas/LayerChrome.h"
 
-#include "model/Angles.h"
+#include "layers/Angles.h"
 #include "model/PlanetModel.h"
-#include "ui/Palette.h"
-#include "ui/Symbols.h"
+#include "style/Palette.h"
+#include "style/Symbols.h"
 
 #include <QPainter>
 #include <QPainterPath>
@@ -12,7 +12,7 @@
 
 namespace velmora {
 
-using ui::Palette::accent;
+using style::Palette::accent;
 
 void LayerChrome::moveChanged(PlanetModel& model, QPointF translation, double side) {
     if (!m_dragStartCenter) {
@@ -89,22 +89,22 @@ void LayerChrome::paint(QPainter& painter, const LayerBox& box, bool selected) {
 
     // Rotation handle: stem, then the knob with its circular arrows.
     painter.setPen(Qt::NoPen);
-    painter.setBrush(ui::Palette::withAlpha(accent, 0.8));
+    painter.setBrush(style::Palette::withAlpha(accent, 0.8));
     painter.drawRect(chrome::rotationStem(w, h));
     const QRectF knob = chrome::rotationKnob(w, h);
     painter.setPen(handleEdge);
     painter.setBrush(accent);
     painter.drawEllipse(knob);
-    ui::paintSymbol(painter, knob.adjusted(2.5, 2.5, -2.5, -2.5),
-                    QStringLiteral("arrow.triangle.2.circlepath"),
-                    QColor::fromRgbF(0, 0, 0, 0.75f));
+    style::paintSymbol(painter, knob.adjusted(2.5, 2.5, -2.5, -2.5),
+                       QStringLiteral("arrow.triangle.2.circlepath"),
+                       QColor::fromRgbF(0, 0, 0, 0.75f));
 
     // Delete badge on the top-right corner.
     const QRectF badge = chrome::deleteBadge(w, h);
     painter.setPen(QPen(QColor::fromRgbF(0, 0, 0, 0.5f), 1.0));
     painter.setBrush(QColor::fromRgbF(0.86f, 0.25f, 0.3f));
     painter.drawEllipse(badge);
-    ui::paintSymbol(painter, badge.adjusted(4, 4, -4, -4), QStringLiteral("xmark"), Qt::white);
+    style::paintSymbol(painter, badge.adjusted(4, 4, -4, -4), QStringLiteral("xmark"), Qt::white);
     painter.restore();
 }
 

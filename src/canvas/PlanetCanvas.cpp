@@ -91,17 +91,7 @@ void PlanetCanvas::paintArtwork(QPainter& painter, const PlacedLayer& layer,
     painter.save();
     painter.setTransform(placement, true);
     painter.setOpacity(std::clamp(layer.opacity, 0.0, 1.0));
-    switch (layer.blendMode) {
-    case LayerBlendMode::normal:
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-        break;
-    case LayerBlendMode::screen:
-        painter.setCompositionMode(QPainter::CompositionMode_Screen);
-        break;
-    case LayerBlendMode::multiply:
-        painter.setCompositionMode(QPainter::CompositionMode_Multiply);
-        break;
-    }
+    painter.setCompositionMode(painterCompositionMode(layer.blendMode));
     painter.drawImage(QPointF(0, 0), art);
     painter.restore();
 }

@@ -1,6 +1,5 @@
 #include "filter/TinyPlanetFilter.h"
 
-#include "filter/FatalError.h"
 #include "render/ImageNode.h"
 #include "render/RenderContext.h"
 #include "render/SourcePixels.h"
@@ -18,18 +17,12 @@ namespace {
 /// Runs the kernel over the tiles it is asked for.
 class TinyPlanetNode final : public render::ImageNode {
 public:
-    struct Arguments {
-        VmVec2 inputSize;
-        VmVec2 outputSize;
-        ProjectionParameters p;
-    };
-
     TinyPlanetNode(VmTinyPlanetFn kernel, std::shared_ptr<const render::SourcePixels> source,
-                   const Arguments& args, double side)
+                   const VmProjection& projection, double side)
         : ImageNode(QRectF(0.0, 0.0, side, side))
         , m_kernel(kernel)
         , m_source(std::move(source))
-        , m_args(args) {}
+        , m_projection(projection) {}
 
     // The kernel may sample any source pixel for any output pixel, at any level.
     void prepare() const override { m_source->ensurePyramid(); }
@@ -44,16 +37,13 @@ public:
                     inside.height());
         const VmDestination destination{inside.left(),   inside.top(),  inside.width(),
                                         inside.height(), target.pixels, target.stride};
-        const ProjectionParameters& p = m_args.p;
-        m_kernel(&m_source->sampler(), m_args.inputSize, m_args.outputSize, p.zoom, p.convexity,
-                 p.rotation, p.twist, p.shiftX, p.horizon, p.flipX, p.flipY, p.invert ? 1.0f : 0.0f,
-                 p.blendWidth, p.repeats, &destination);
+        m_kernel(&m_source->sampler(), &m_projection, &destination);
     }
 
 private:
     VmTinyPlanetFn m_kernel;
     std::shared_ptr<const render::SourcePixels> m_source;
-    Arguments m_args;
+    VmProjection m_projection;
 };
 
 /// A recipe that is not plain decoded pixels gets rendered once at 16 bits so the
@@ -69,18 +59,19 @@ QString TinyPlanetFilter::modulePath(const QString& resourcesRoot) {
     return resourcesRoot + QStringLiteral("/kernels/tinyplanet.so");
 }
 
-TinyPlanetFilter::TinyPlanetFilter(const QString& resourcesRoot) {
+Result<TinyPlanetFilter> TinyPlanetFilter::load(const QString& resourcesRoot) {
     const QString path = modulePath(resourcesRoot);
     // The module stays loaded for the life of the process (QLibrary never unloads on
     // destruction), so the function pointer outlives this object safely.
     QLibrary library(path);
     if (resourcesRoot.isEmpty() || !QFileInfo(path).isFile() || !library.load())
-        fatalError(kernelFailureMessage);
+        return Failure{kernelFailureMessage};
     const auto version =
         reinterpret_cast<VmAbiVersionFn>(library.resolve("velmoraKernelAbiVersion"));
-    m_kernel = reinterpret_cast<VmTinyPlanetFn>(library.resolve("tinyPlanet"));
-    if (!version || version() != VM_KERNEL_ABI_VERSION || !m_kernel)
-        fatalError(kernelFailureMessage);
+    const auto kernel = reinterpret_cast<VmTinyPlanetFn>(library.resolve("tinyPlanet"));
+    if (!version || version() != VM_KERNEL_ABI_VERSION || !kernel)
+        return Failure{kernelFailureMessage};
+    return TinyPlanetFilter(kernel);
 }
 
 std::optional<render::Image> TinyPlanetFilter::apply(const render::Image& source,
@@ -104,11 +95,22 @@ std::optional<render::Image> TinyPlanetFilter::apply(const render::Image& source
     const double side = parameters.outputSide > 0.0 ? parameters.outputSide : std::max(w, h);
     if (!std::isfinite(side))
         return std::nullopt;
-    TinyPlanetNode::Arguments args{{static_cast<float>(w), static_cast<float>(h)},
-                                   {static_cast<float>(side), static_cast<float>(side)},
-                                   parameters};
+    const VmProjection projection{VM_KERNEL_ABI_VERSION,
+                                  {static_cast<float>(w), static_cast<float>(h)},
+                                  {static_cast<float>(side), static_cast<float>(side)},
+                                  parameters.zoom,
+                                  parameters.convexity,
+                                  parameters.rotation,
+                                  parameters.twist,
+                                  parameters.shiftX,
+                                  parameters.horizon,
+                                  parameters.flipX,
+                                  parameters.flipY,
+                                  parameters.invert ? 1 : 0,
+                                  parameters.blendWidth,
+                                  parameters.repeats};
     return render::Image::fromNode(
-        std::make_shared<TinyPlanetNode>(m_kernel, std::move(pixels), args, side));
+        std::make_shared<TinyPlanetNode>(m_kernel, std::move(pixels), projection, side));
 }
 
 } // namespace velmora

@@ -3,6 +3,7 @@
 #include "filter/ProjectionParameters.h"
 #include "kernels/KernelAbi.h"
 #include "render/Image.h"
+#include "render/Result.h"
 
 #include <QString>
 
@@ -20,10 +21,10 @@ public:
     /// Where the module must be for a given resources folder.
     static QString modulePath(const QString& resourcesRoot);
 
-    /// Loads the kernel from `resourcesRoot`; if the module is missing, unreadable,
-    /// built for another interface or lacks the function, the program stops with
-    /// kernelFailureMessage.
-    explicit TinyPlanetFilter(const QString& resourcesRoot);
+    /// Loads the kernel from `resourcesRoot`. A module that is missing, unreadable,
+    /// built for another interface or lacks the function fails with
+    /// kernelFailureMessage; the application decides to stop.
+    static Result<TinyPlanetFilter> load(const QString& resourcesRoot);
 
     /// The planet as a recipe with extent (0, 0, side, side), side being
     /// `outputSide` or the source's larger side; nothing for an empty, zero-sized or
@@ -32,6 +33,9 @@ public:
                                        const ProjectionParameters& parameters) const;
 
 private:
+    explicit TinyPlanetFilter(VmTinyPlanetFn kernel)
+        : m_kernel(kernel) {}
+
     VmTinyPlanetFn m_kernel = nullptr;
 };
 

@@ -17,7 +17,7 @@
 extern "C" {
 #endif
 
-#define VM_KERNEL_ABI_VERSION 1
+#define VM_KERNEL_ABI_VERSION 2
 #define VM_MAX_LEVELS 24
 
 /// Byte layouts of source pixels.
@@ -71,13 +71,29 @@ typedef struct VmDestination {
     int64_t stride; ///< floats from one row to the next
 } VmDestination;
 
-/// The projection kernel: the source sampler, then thirteen scalar and vector
-/// arguments in their fixed order, then the destination (the implicit last argument
-/// of any general kernel).
-typedef void (*VmTinyPlanetFn)(const VmSampler* source, VmVec2 inputSize, VmVec2 outputSize,
-                               float zoom, float convexity, float rotation, float twist,
-                               float shiftX, float horizon, float flipX, float flipY, float invert,
-                               float blendWidth, float repeats, const VmDestination* destination);
+/// One render's projection, in the kernel's terms. Angles in radians; sizes in
+/// pixels. `abiVersion` is the caller's VM_KERNEL_ABI_VERSION: a module given any
+/// other version leaves the destination untouched rather than misread the fields.
+typedef struct VmProjection {
+    int32_t abiVersion;
+    VmVec2 inputSize;  ///< the source's level-0 size
+    VmVec2 outputSize; ///< the square's size
+    float zoom;
+    float convexity;
+    float rotation;
+    float twist;
+    float shiftX;
+    float horizon;
+    float flipX;
+    float flipY;
+    int32_t invert; ///< 0 or 1
+    float blendWidth;
+    float repeats;
+} VmProjection;
+
+/// The projection kernel: the source sampler, the projection and the destination.
+typedef void (*VmTinyPlanetFn)(const VmSampler* source, const VmProjection* projection,
+                               const VmDestination* destination);
 
 /// Every module exports this so the loader can refuse a module built for another ABI.
 typedef int32_t (*VmAbiVersionFn)(void);

@@ -393,46 +393,45 @@ __attribute__((visibility("default"))) int32_t velmoraKernelAbiVersion(void) {
     return VM_KERNEL_ABI_VERSION;
 }
 
-__attribute__((visibility("default"))) void
-tinyPlanet(const VmSampler* source, VmVec2 inputSize, VmVec2 outputSize, float zoom,
-           float convexity, float rotation, float twist, float shiftX, float horizon, float flipX,
-           float flipY, float invert, float blendWidth, float repeats,
-           const VmDestination* destination) {
-    if (!source || !destination || !destination->pixels || source->levelCount < 1 ||
-        destination->width <= 0 || destination->height <= 0)
+__attribute__((visibility("default"))) void tinyPlanet(const VmSampler* source,
+                                                       const VmProjection* projection,
+                                                       const VmDestination* destination) {
+    if (!source || !projection || projection->abiVersion != VM_KERNEL_ABI_VERSION || !destination ||
+        !destination->pixels || source->levelCount < 1 || destination->width <= 0 ||
+        destination->height <= 0)
         return;
-
+    const VmProjection& p = *projection;
     Setup k;
-    const float side = std::isfinite(outputSize.x) && outputSize.x > 0.f ? outputSize.x : 1.f;
-    k.centreX = (0.5f + 0.5f * finiteOr(shiftX, 0.f)) * side;
-    k.centreY = (0.5f - 0.5f * finiteOr(horizon, 0.f)) * side;
+    const float side = std::isfinite(p.outputSize.x) && p.outputSize.x > 0.f ? p.outputSize.x : 1.f;
+    k.centreX = (0.5f + 0.5f * finiteOr(p.shiftX, 0.f)) * side;
+    k.centreY = (0.5f - 0.5f * finiteOr(p.horizon, 0.f)) * side;
     k.toHalfSides = 2.f / side;
-    const float rot = finiteOr(rotation, 0.f);
+    const float rot = finiteOr(p.rotation, 0.f);
     k.cosR = std::cos(rot);
     k.sinR = std::sin(rot);
-    k.twist = finiteOr(twist, 0.f);
-    const float horizonRadius = 0.5f * finiteOr(zoom, 1.f);
+    k.twist = finiteOr(p.twist, 0.f);
+    const float horizonRadius = 0.5f * finiteOr(p.zoom, 1.f);
     k.invHorizon = horizonRadius > 1e-12f ? 1.f / horizonRadius : 1e12f;
     const float bendExponent =
-        std::exp2(1.2f * std::fmin(std::fmax(finiteOr(convexity, 0.f), -4.f), 4.f));
+        std::exp2(1.2f * std::fmin(std::fmax(finiteOr(p.convexity, 0.f), -4.f), 4.f));
     k.bend = 0.5f * (bendExponent - 1.f);
-    k.invert = invert > 0.5f;
-    const float fy = finiteOr(flipY, 0.f) * fm::pi;
-    const float fx = finiteOr(flipX, 0.f) * fm::pi;
+    k.invert = p.invert != 0;
+    const float fy = finiteOr(p.flipY, 0.f) * fm::pi;
+    const float fx = finiteOr(p.flipX, 0.f) * fm::pi;
     k.flips = fy != 0.f || fx != 0.f;
     k.cosFy = std::cos(fy);
     k.sinFy = std::sin(fy);
     k.cosFx = std::cos(fx);
     k.sinFx = std::sin(fx);
-    k.turns = finiteOr(repeats, 1.f) / (2.f * fm::pi);
-    const float bw = finiteOr(blendWidth, 0.f);
+    k.turns = finiteOr(p.repeats, 1.f) / (2.f * fm::pi);
+    const float bw = finiteOr(p.blendWidth, 0.f);
     k.seamHalf =
         bw >= 0.005f && source->seamRows > 0 && source->seamDelta ? std::fmin(bw, 1.f) * 0.5f : 0.f;
-    k.width = std::isfinite(inputSize.x) && inputSize.x > 0.f
-                  ? inputSize.x
+    k.width = std::isfinite(p.inputSize.x) && p.inputSize.x > 0.f
+                  ? p.inputSize.x
                   : static_cast<float>(source->levels[0].width);
-    k.height = std::isfinite(inputSize.y) && inputSize.y > 0.f
-                   ? inputSize.y
+    k.height = std::isfinite(p.inputSize.y) && p.inputSize.y > 0.f
+                   ? p.inputSize.y
                    : static_cast<float>(source->levels[0].height);
 
     switch (source->format) {

@@ -2,28 +2,32 @@
 
 namespace velmora {
 
+namespace {
+
+struct ModeInfo {
+    const char* raw;
+    const char* title;
+    render::BlendOp op;
+    QPainter::CompositionMode painterMode;
+};
+
+const ModeInfo& info(LayerBlendMode mode) {
+    static const std::array<ModeInfo, allLayerBlendModes.size()> table{{
+        {"normal", "Normal", render::BlendOp::over, QPainter::CompositionMode_SourceOver},
+        {"screen", "Screen", render::BlendOp::screen, QPainter::CompositionMode_Screen},
+        {"multiply", "Multiply", render::BlendOp::multiply, QPainter::CompositionMode_Multiply},
+    }};
+    return table[static_cast<std::size_t>(mode)];
+}
+
+} // namespace
+
 QString rawValue(LayerBlendMode mode) {
-    switch (mode) {
-    case LayerBlendMode::normal:
-        return QStringLiteral("normal");
-    case LayerBlendMode::screen:
-        return QStringLiteral("screen");
-    case LayerBlendMode::multiply:
-        return QStringLiteral("multiply");
-    }
-    return {};
+    return QString::fromLatin1(info(mode).raw);
 }
 
 QString title(LayerBlendMode mode) {
-    switch (mode) {
-    case LayerBlendMode::normal:
-        return QStringLiteral("Normal");
-    case LayerBlendMode::screen:
-        return QStringLiteral("Screen");
-    case LayerBlendMode::multiply:
-        return QStringLiteral("Multiply");
-    }
-    return {};
+    return QString::fromLatin1(info(mode).title);
 }
 
 std::optional<LayerBlendMode> layerBlendModeFromRaw(QStringView raw) {
@@ -32,6 +36,14 @@ std::optional<LayerBlendMode> layerBlendModeFromRaw(QStringView raw) {
             return mode;
     }
     return std::nullopt;
+}
+
+render::BlendOp blendOp(LayerBlendMode mode) {
+    return info(mode).op;
+}
+
+QPainter::CompositionMode painterCompositionMode(LayerBlendMode mode) {
+    return info(mode).painterMode;
 }
 
 } // namespace velmora

@@ -1,5 +1,8 @@
 #pragma once
 
+#include "render/Blend.h"
+
+#include <QPainter>
 #include <QString>
 #include <QStringView>
 
@@ -23,5 +26,10 @@ QString title(LayerBlendMode mode);
 
 /// Exactly the three raw values; anything else (including "Screen") gives nothing.
 std::optional<LayerBlendMode> layerBlendModeFromRaw(QStringView raw);
+
+/// The engine's blend for the mode: the output render combines layers with it.
+render::BlendOp blendOp(LayerBlendMode mode);
+/// QPainter's mode with the same arithmetic (render/Blend.h): the canvas draws with it.
+QPainter::CompositionMode painterCompositionMode(LayerBlendMode mode);
 
 } // namespace velmora

@@ -1,5 +1,7 @@
 #include "layers/PlacedLayer.h"
 
+#include "layers/LayerAsset.h"
+
 #include <array>
 
 namespace velmora {
@@ -14,6 +16,18 @@ bool isScreenCategory(const QString& category) {
             return true;
     }
     return false;
+}
+
+PlacedLayer placeAsset(const LayerAsset& asset, NormalizedPoint at) {
+    PlacedLayer layer;
+    layer.id = QUuid::createUuid();
+    layer.assetID = asset.id;
+    // std::clamp would pass NaN through; a NaN point lands on the origin instead.
+    layer.center = {at.x > 0.0 ? (at.x < 1.0 ? at.x : 1.0) : 0.0,
+                    at.y > 0.0 ? (at.y < 1.0 ? at.y : 1.0) : 0.0};
+    layer.blendMode =
+        isScreenCategory(asset.category) ? LayerBlendMode::screen : LayerBlendMode::normal;
+    return layer;
 }
 
 } // namespace velmora

@@ -40,4 +40,10 @@ struct PlacedLayer {
 /// lower-cased but not trimmed, so "glows " does not count.
 bool isScreenCategory(const QString& category);
 
+struct LayerAsset;
+
+/// A new layer of `asset` as clicking or dropping it makes one: a fresh id, centred
+/// at `at` clamped into the square, and the blend mode its category starts in.
+PlacedLayer placeAsset(const LayerAsset& asset, NormalizedPoint at);
+
 } // namespace velmora

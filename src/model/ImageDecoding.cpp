@@ -14,16 +14,16 @@ namespace {
 // shoot, while a file whose header claims something absurd still fails cleanly.
 constexpr int allocationLimitMiB = 1600;
 
-DecodedImage decode(QImageReader& reader, const QString& what) {
+Result<render::Image> decode(QImageReader& reader, const QString& what) {
     raiseImageAllocationLimit();
     // The picture as the file holds it: no EXIF rotation, no colour conversion.
     reader.setAutoTransform(false);
     QImage image = reader.read();
     if (image.isNull()) {
         const QString reason = reader.errorString();
-        return {{}, QStringLiteral("%1: cannot decode the picture (%2)").arg(what, reason)};
+        return Failure{QStringLiteral("%1: cannot decode the picture (%2)").arg(what, reason)};
     }
-    return {render::Image::fromQImage(std::move(image)), {}};
+    return render::Image::fromQImage(std::move(image));
 }
 
 } // namespace
@@ -33,25 +33,25 @@ void raiseImageAllocationLimit() {
         QImageReader::setAllocationLimit(allocationLimitMiB);
 }
 
-DecodedImage decodeImageFile(const QString& path) {
+Result<render::Image> decodeImageFile(const QString& path) {
     const QFileInfo info(path);
     if (!info.exists())
-        return {{}, QStringLiteral("%1: no such file").arg(path)};
+        return Failure{QStringLiteral("%1: no such file").arg(path)};
     if (info.isDir())
-        return {{}, QStringLiteral("%1: is a folder, not a picture").arg(path)};
+        return Failure{QStringLiteral("%1: is a folder, not a picture").arg(path)};
     if (!info.isReadable())
-        return {{}, QStringLiteral("%1: cannot be read (permission denied)").arg(path)};
+        return Failure{QStringLiteral("%1: cannot be read (permission denied)").arg(path)};
     if (info.size() == 0)
-        return {{}, QStringLiteral("%1: the file is empty").arg(path)};
+        return Failure{QStringLiteral("%1: the file is empty").arg(path)};
     QImageReader reader(path);
     // Decide by content, not by name: a text file called .png must fail as such.
     reader.setDecideFormatFromContent(true);
     return decode(reader, path);
 }
 
-DecodedImage decodeImageData(const QByteArray& data, const QByteArray& format) {
+Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& format) {
     if (data.isEmpty())
-        return {{}, QStringLiteral("no picture data")};
+        return Failure{QStringLiteral("no picture data")};
     QBuffer buffer;
     buffer.setData(data);
     buffer.open(QIODevice::ReadOnly);

@@ -373,14 +373,12 @@ private:
 
 class CompositeNode final : public ImageNode {
 public:
-    enum class Mode { over, screen, multiply };
-
     CompositeNode(std::shared_ptr<const ImageNode> foreground,
-                  std::shared_ptr<const ImageNode> background, Mode mode)
+                  std::shared_ptr<const ImageNode> background, BlendOp op)
         : ImageNode(extents::united(foreground->extent(), background->extent()))
         , m_fg(std::move(foreground))
         , m_bg(std::move(background))
-        , m_mode(mode) {}
+        , m_op(op) {}
 
     void prepare() const override {
         m_fg->prepare();
@@ -399,47 +397,30 @@ public:
         const TileView under = out.sub(inside.left() - rect.left(), inside.top() - rect.top(),
                                        inside.width(), inside.height());
         // The mode is chosen once per tile, not per pixel.
-        switch (m_mode) {
-        case Mode::over:
-            return combineAll<Mode::over>(fg, under);
-        case Mode::screen:
-            return combineAll<Mode::screen>(fg, under);
-        case Mode::multiply:
-            return combineAll<Mode::multiply>(fg, under);
+        switch (m_op) {
+        case BlendOp::over:
+            return blendAll<BlendOp::over>(fg, under);
+        case BlendOp::screen:
+            return blendAll<BlendOp::screen>(fg, under);
+        case BlendOp::multiply:
+            return blendAll<BlendOp::multiply>(fg, under);
         }
     }
 
 private:
-    template <Mode M>
-    static void combineAll(const TileView& fg, const TileView& under) {
+    template <BlendOp Op>
+    static void blendAll(const TileView& fg, const TileView& under) {
         for (int y = 0; y < fg.height; ++y) {
             const float* f = fg.row(y);
             float* b = under.row(y);
             for (int x = 0; x < fg.width; ++x, f += 4, b += 4)
-                combine<M>(f, b);
-        }
-    }
-
-    template <Mode M>
-    static void combine(const float* f, float* b) {
-        const float fa = f[3];
-        const float ba = b[3];
-        if constexpr (M == Mode::over) {
-            for (int i = 0; i < 4; ++i)
-                b[i] = f[i] + b[i] * (1.f - fa);
-        } else if constexpr (M == Mode::screen) {
-            for (int i = 0; i < 4; ++i)
-                b[i] = f[i] + b[i] - f[i] * b[i];
-        } else {
-            for (int i = 0; i < 3; ++i)
-                b[i] = f[i] * b[i] + f[i] * (1.f - ba) + b[i] * (1.f - fa);
-            b[3] = fa + ba - fa * ba;
+                blendPixel<Op>(f, b);
         }
     }
 
     std::shared_ptr<const ImageNode> m_fg;
     std::shared_ptr<const ImageNode> m_bg;
-    Mode m_mode;
+    BlendOp m_op;
 };
 
 } // namespace
@@ -525,23 +506,16 @@ Image Image::alphaScaled(double factor) const {
     return Image(std::make_shared<ColorNode>(m_node, ColorNode::Op::alpha, factor));
 }
 
+Image Image::blended(BlendOp op, const Image& background) const {
+    return Image(std::make_shared<CompositeNode>(m_node, background.m_node, op));
+}
+
 Image Image::composited(const Image& background) const {
-    return Image(
-        std::make_shared<CompositeNode>(m_node, background.m_node, CompositeNode::Mode::over));
-}
-
-Image Image::screenBlended(const Image& background) const {
-    return Image(
-        std::make_shared<CompositeNode>(m_node, background.m_node, CompositeNode::Mode::screen));
-}
-
-Image Image::multiplyBlended(const Image& background) const {
-    return Image(
-        std::make_shared<CompositeNode>(m_node, background.m_node, CompositeNode::Mode::multiply));
+    return blended(BlendOp::over, background);
 }
 
 Image Image::multiplyComposited(const Image& background) const {
-    return multiplyBlended(background);
+    return blended(BlendOp::multiply, background);
 }
 
 } // namespace velmora::render

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "render/Blend.h"
+
 #include <QImage>
 #include <QPointF>
 #include <QRectF>
@@ -67,15 +69,12 @@ public:
     /// Multiplies alpha (and so every premultiplied channel) by `factor`.
     Image alphaScaled(double factor) const;
 
+    /// This image combined with `background` beneath it by `op` (render/Blend.h has
+    /// the arithmetic).
+    Image blended(BlendOp op, const Image& background) const;
     /// This image over `background` (source-over).
     Image composited(const Image& background) const;
-    /// Screen: 1 - (1 - this)(1 - background), per premultiplied channel.
-    Image screenBlended(const Image& background) const;
-    /// Multiply blend: this x background where both have content, each kept alone
-    /// where the other is transparent.
-    Image multiplyBlended(const Image& background) const;
-    /// Multiply compositing, used by the vignette; the same arithmetic as the
-    /// multiply blend, kept separate for callers that mean compositing.
+    /// Multiply compositing, used by the vignette: the multiply blend.
     Image multiplyComposited(const Image& background) const;
 
     /// The decoded pixels when this image is an untransformed source (possibly

@@ -1,6 +1,7 @@
 #include "render/PngWriter.h"
 
 #include <QBuffer>
+#include <QSaveFile>
 #include <QtEndian>
 
 #include <immintrin.h>
@@ -211,16 +212,12 @@ void writeHeader(ChunkWriter& out, int width, int height) {
 
 } // namespace
 
-bool writePng(const QImage& source, QIODevice& device, const PngEncoding& encoding,
-              QString* error) {
+Status writePng(const QImage& source, QIODevice& device, const PngEncoding& encoding) {
     const QImage image = source.format() == QImage::Format_RGBA8888
                              ? source
                              : source.convertToFormat(QImage::Format_RGBA8888);
-    if (image.isNull()) {
-        if (error)
-            *error = QStringLiteral("nothing to write");
-        return false;
-    }
+    if (image.isNull())
+        return Failure{QStringLiteral("nothing to write")};
     const int width = image.width();
     const int height = image.height();
     const int rowBytes = width * bytesPerPixel;
@@ -285,20 +282,31 @@ bool writePng(const QImage& source, QIODevice& device, const PngEncoding& encodi
                 }));
 
     out.chunk("IEND", nullptr, 0);
-    if (out.failed()) {
-        if (error)
-            *error = device.errorString().isEmpty() ? QStringLiteral("write failed")
-                                                    : device.errorString();
-        return false;
+    if (out.failed())
+        return Failure{device.errorString().isEmpty() ? QStringLiteral("write failed")
+                                                      : device.errorString()};
+    return {};
+}
+
+Status writePngFile(const QImage& image, const QString& path, const PngEncoding& encoding) {
+    // Written beside the target and renamed over it only when complete.
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return Failure{QStringLiteral("%1: %2").arg(path, file.errorString())};
+    if (const Status written = writePng(image, file, encoding); !written) {
+        file.cancelWriting();
+        return Failure{QStringLiteral("%1: %2").arg(path, written.message())};
     }
-    return true;
+    if (!file.commit())
+        return Failure{QStringLiteral("%1: %2").arg(path, file.errorString())};
+    return {};
 }
 
 QByteArray encodePng(const QImage& image, const PngEncoding& encoding) {
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
-    if (!writePng(image, buffer, encoding))
+    if (!writePng(image, buffer, encoding).ok())
         return {};
     return bytes;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "render/Result.h"
+
 #include <QByteArray>
 #include <QIODevice>
 #include <QImage>
@@ -26,10 +28,13 @@ struct PngEncoding {
 /// for readers that only know those). The image is read as straight RGBA: a
 /// Format_RGBA8888 image is used as it is, anything else is converted first.
 /// Strips are filtered and deflated in parallel and written in order, so memory
-/// beyond the image stays a few strips. Returns false, with `error` set, when the
-/// device refuses the data.
-bool writePng(const QImage& image, QIODevice& device, const PngEncoding& encoding = {},
-              QString* error = nullptr);
+/// beyond the image stays a few strips. Fails, saying why, when the device refuses
+/// the data.
+Status writePng(const QImage& image, QIODevice& device, const PngEncoding& encoding = {});
+
+/// Writes the PNG to `path` atomically: a failure leaves no partial file and any
+/// existing file as it was. Messages name the file.
+Status writePngFile(const QImage& image, const QString& path, const PngEncoding& encoding = {});
 
 /// The same PNG in memory (for the clipboard).
 QByteArray encodePng(const QImage& image, const PngEncoding& encoding = {});

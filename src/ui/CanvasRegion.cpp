@@ -2,10 +2,10 @@
 
 #include "canvas/PlanetCanvas.h"
 #include "model/PlanetModel.h"
+#include "style/Palette.h"
+#include "style/Typography.h"
 #include "ui/LayerInspector.h"
-#include "ui/Palette.h"
 #include "ui/SymbolView.h"
-#include "ui/Typography.h"
 
 #include <QDragEnterEvent>
 #include <QGraphicsOpacityEffect>
@@ -25,7 +25,7 @@ constexpr int inspectorGap = 18;
 
 QLabel* emptyText(const QString& text, int size, const QColor& colour) {
     auto* l = new QLabel(text);
-    l->setFont(uiFont(size));
+    l->setFont(style::uiFont(size));
     l->setAlignment(Qt::AlignCenter);
     QPalette pal = l->palette();
     pal.setColor(QPalette::WindowText, colour);
@@ -60,12 +60,12 @@ CanvasRegion::CanvasRegion(PlanetModel& model, QWidget* parent)
     auto* column = new QVBoxLayout(m_empty);
     column->setSpacing(12);
     column->addStretch(1);
-    auto* globe = new SymbolView(QStringLiteral("globe.thin"), 52, Palette::secondaryText);
+    auto* globe = new SymbolView(QStringLiteral("globe.thin"), 52, style::Palette::secondaryText);
     column->addWidget(globe, 0, Qt::AlignHCenter);
     column->addWidget(emptyText(QStringLiteral("Drop a panorama here, or Import Photo"), 20,
-                                Palette::secondaryText));
+                                style::Palette::secondaryText));
     column->addWidget(emptyText(QStringLiteral("360\u00b0 equirectangular images work best"), 12,
-                                Palette::tertiaryText));
+                                style::Palette::tertiaryText));
     column->addStretch(1);
 
     m_inspector = new LayerInspector(model, this);
@@ -169,7 +169,7 @@ void CanvasRegion::setTargeted(bool targeted) {
         highlight->setAttribute(Qt::WA_TransparentForMouseEvents);
         highlight->setAutoFillBackground(true);
         QPalette pal = highlight->palette();
-        pal.setColor(QPalette::Window, Palette::withAlpha(Palette::accent, 0.16));
+        pal.setColor(QPalette::Window, style::Palette::withAlpha(style::Palette::accent, 0.16));
         highlight->setPalette(pal);
         highlight->setGeometry(rect());
         highlight->show();

@@ -1,16 +1,19 @@
 #include "ui/ContentView.h"
+#include "model/DocumentFiles.h"
 
 #include "model/ImageDecoding.h"
 #include "model/PlanetModel.h"
+#include "model/PlanetRenderer.h"
+#include "model/Resources.h"
+#include "style/Palette.h"
+#include "style/Typography.h"
 #include "ui/CanvasRegion.h"
-#include "ui/CopyToast.h"
 #include "ui/Header.h"
 #include "ui/HeaderButton.h"
 #include "ui/LayerLibraryPanel.h"
-#include "ui/Palette.h"
 #include "ui/Sidebar.h"
 #include "ui/SizeSelector.h"
-#include "ui/Typography.h"
+#include "ui/Toast.h"
 
 #include <QAction>
 #include <QApplication>
@@ -40,7 +43,7 @@ QWidget* hairline(Qt::Orientation orientation) {
     auto* line = new QWidget;
     line->setAutoFillBackground(true);
     QPalette pal = line->palette();
-    pal.setColor(QPalette::Window, Palette::hairline);
+    pal.setColor(QPalette::Window, style::Palette::hairline);
     line->setPalette(pal);
     if (orientation == Qt::Horizontal)
         line->setFixedHeight(1);
@@ -68,9 +71,9 @@ constexpr int libraryDrawerWidth = 1 + LayerLibraryPanel::panelWidth;
 
 } // namespace
 
-ContentView::ContentView(QWidget* parent)
+ContentView::ContentView(const PlanetRenderer& renderer, QWidget* parent)
     : QWidget(parent)
-    , m_model(std::make_unique<PlanetModel>()) {
+    , m_model(std::make_unique<PlanetModel>(renderer, resourcesRoot())) {
     setObjectName(QStringLiteral("contentView"));
     setMinimumSize(1100, 760);
     chooseImageFile = [this] { return defaultImageFile(); };
@@ -121,9 +124,9 @@ void ContentView::buildLayout() {
     bar->setContentsMargins(22, 12, 22, 12);
     bar->setSpacing(22);
     auto* output = new QLabel(QStringLiteral("Output"));
-    output->setFont(uiFont(12));
+    output->setFont(style::uiFont(12));
     QPalette pal = output->palette();
-    pal.setColor(QPalette::WindowText, Palette::secondaryText);
+    pal.setColor(QPalette::WindowText, style::Palette::secondaryText);
     output->setPalette(pal);
     bar->addWidget(output);
     m_sizes = new SizeSelector(
@@ -133,7 +136,7 @@ void ContentView::buildLayout() {
     bar->addStretch(1);
     root->addWidget(bottom);
 
-    m_toast = new CopyToast(this);
+    m_toast = new Toast(this);
     auto* fade = new QGraphicsOpacityEffect(m_toast);
     fade->setOpacity(0.0);
     m_toast->setGraphicsEffect(fade);
@@ -202,15 +205,20 @@ void ContentView::importPhoto() {
     if (path.isEmpty())
         return;
     m_lastFolder = QFileInfo(path).absolutePath();
-    // A file that does not decode leaves the planet as it was, quietly.
-    m_model->loadImageFile(path);
+    // A file that does not decode leaves the planet as it was.
+    if (const Status loaded = loadImageFile(*m_model, path); !loaded)
+        showToast(true, QStringLiteral("Couldn't open ") + loaded.message());
 }
 
 void ContentView::pasteImage() {
     if (!clipboardHasImage())
         return;
+    const auto paste = [this] {
+        if (const Status pasted = pasteFromClipboard(*m_model); !pasted)
+            showToast(true, QStringLiteral("Couldn't paste: ") + pasted.message());
+    };
     if (!m_model->hasSource()) {
-        m_model->pasteFromClipboard();
+        paste();
         return;
     }
     if (m_pasteConfirm)
@@ -231,9 +239,9 @@ void ContentView::pasteImage() {
     m_pasteConfirm->setDefaultButton(cancel);
     m_pasteConfirm->setAttribute(Qt::WA_DeleteOnClose);
     connect(m_pasteConfirm, &QMessageBox::buttonClicked, this,
-            [this, replace](QAbstractButton* button) {
+            [replace, paste](QAbstractButton* button) {
                 if (button == replace)
-                    m_model->pasteFromClipboard();
+                    paste();
             });
     connect(m_pasteConfirm, &QObject::destroyed, this, [this] { m_pasteConfirm = nullptr; });
     m_pasteConfirm->open();
@@ -245,7 +253,12 @@ void ContentView::handleDrop(const QList<QUrl>& urls) {
     // Only the first file; it loads once the drop has finished.
     const QString path = urls.front().toLocalFile();
     QMetaObject::invokeMethod(
-        this, [this, path] { m_model->loadImageFile(path); }, Qt::QueuedConnection);
+        this,
+        [this, path] {
+            if (const Status loaded = loadImageFile(*m_model, path); !loaded)
+                showToast(true, QStringLiteral("Couldn't open ") + loaded.message());
+        },
+        Qt::QueuedConnection);
 }
 
 // ---- output --------------------------------------------------------------------
@@ -260,28 +273,44 @@ QString ContentView::defaultExportFile(const QString& suggestedName) {
 void ContentView::exportImage() {
     if (!m_model->hasSource())
         return;
-    QString path = chooseExportFile(m_model->defaultExportFileName());
+    QString path = chooseExportFile(defaultExportFileName(*m_model));
     if (path.isEmpty())
         return;
     if (QFileInfo(path).suffix().compare(QLatin1String("png"), Qt::CaseInsensitive) != 0)
         path += QStringLiteral(".png");
     m_lastFolder = QFileInfo(path).absolutePath();
-    const BusyCursor busy;
-    m_model->exportPNG(path); // failures are quiet; the file is written whole or not at all
+    Status exported;
+    {
+        const BusyCursor busy;
+        // Written whole or not at all; an existing file survives a failure.
+        exported = exportPNG(*m_model, path);
+    }
+    if (!exported)
+        showToast(true, QStringLiteral("Couldn't export ") + exported.message());
 }
 
 void ContentView::copyImage() {
     if (!m_model->hasSource())
         return;
+    Status copied;
     {
         const BusyCursor busy;
-        m_model->copyToClipboard();
+        copied = copyToClipboard(*m_model);
     }
-    // Only the latest copy hides the toast.
-    const int id = ++m_copyToastID;
+    if (copied)
+        showToast(false, QStringLiteral("Copied to clipboard"));
+    else
+        showToast(true, QStringLiteral("Couldn't copy: ") + copied.message());
+}
+
+void ContentView::showToast(bool failed, const QString& text) {
+    m_toast->setMessage(failed ? Toast::Kind::failed : Toast::Kind::done, text);
+    placeToast();
+    // Only the latest message hides the toast.
+    const int id = ++m_toastID;
     setToastShown(true);
-    QTimer::singleShot(toastMs, this, [this, id] {
-        if (id == m_copyToastID)
+    QTimer::singleShot(failed ? failureToastMs : toastMs, this, [this, id] {
+        if (id == m_toastID)
             setToastShown(false);
     });
 }

@@ -14,16 +14,17 @@ class QVariantAnimation;
 
 namespace velmora {
 class PlanetModel;
-}
+class PlanetRenderer;
+} // namespace velmora
 
 namespace velmora::ui {
 
 class CanvasRegion;
-class CopyToast;
 class Header;
 class LayerLibraryPanel;
 class Sidebar;
 class SizeSelector;
+class Toast;
 
 /// The window's content: it owns the document and lays out the header, the sidebar,
 /// the canvas region, the library panel (while shown) and the output bar, and it
@@ -35,9 +36,12 @@ public:
     static inline const QList<int> outputSizes{2048, 4096, 6144, 8192};
     static constexpr int libraryAnimationMs = 220;
     static constexpr int toastMs = 1800;
+    /// A failure stays longer: it has more to say.
+    static constexpr int failureToastMs = 6000;
 
-    /// Creates the document from the resources folder.
-    explicit ContentView(QWidget* parent = nullptr);
+    /// Creates the document, rendered by `renderer`, with the resources folder's
+    /// layer library.
+    explicit ContentView(const PlanetRenderer& renderer, QWidget* parent = nullptr);
     ~ContentView() override;
 
     PlanetModel& model() const { return *m_model; }
@@ -48,7 +52,7 @@ public:
     /// The library panel while shown (or sliding), else null.
     LayerLibraryPanel* libraryPanel() const { return m_library; }
     bool isLibraryShown() const { return m_showLibrary; }
-    CopyToast* toast() const { return m_toast; }
+    Toast* toast() const { return m_toast; }
     bool isToastShown() const { return m_toastShown; }
     QMessageBox* pasteConfirmation() const { return m_pasteConfirm; }
 
@@ -75,6 +79,8 @@ private:
     void buildLayout();
     void buildActions();
     void refreshEnabling();
+    /// Shows `text` in the toast, replacing whatever it showed, for a while.
+    void showToast(bool failed, const QString& text);
     void setToastShown(bool shown);
     void placeToast();
     QString defaultImageFile();
@@ -94,9 +100,9 @@ private:
     QVariantAnimation* m_libraryAnimation = nullptr;
     bool m_showLibrary = false;
     SizeSelector* m_sizes = nullptr;
-    CopyToast* m_toast = nullptr;
+    Toast* m_toast = nullptr;
     bool m_toastShown = false;
-    int m_copyToastID = 0;
+    int m_toastID = 0;
     QMessageBox* m_pasteConfirm = nullptr;
     QAction* m_undo = nullptr;
     QAction* m_redo = nullptr;

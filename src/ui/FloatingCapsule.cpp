@@ -1,6 +1,6 @@
 #include "ui/FloatingCapsule.h"
 
-#include "ui/Palette.h"
+#include "style/Palette.h"
 
 #include <QImage>
 #include <QPainter>
@@ -122,9 +122,9 @@ void FloatingCapsule::paintEvent(QPaintEvent*) {
     // still lets the planet show through a little.
     const double r = capsule.height() / 2;
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Palette::withAlpha(Palette::panel, 0.85));
+    painter.setBrush(style::Palette::withAlpha(style::Palette::panel, 0.85));
     painter.drawRoundedRect(capsule, r, r);
-    painter.setPen(QPen(Palette::hairline, 1));
+    painter.setPen(QPen(style::Palette::hairline, 1));
     painter.setBrush(Qt::NoBrush);
     painter.drawRoundedRect(capsule.adjusted(0.5, 0.5, -0.5, -0.5), r - 0.5, r - 0.5);
 }

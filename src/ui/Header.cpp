@@ -1,9 +1,9 @@
 #include "ui/Header.h"
 
+#include "style/Palette.h"
+#include "style/Typography.h"
 #include "ui/HeaderButton.h"
 #include "ui/LogoMark.h"
-#include "ui/Palette.h"
-#include "ui/Typography.h"
 
 #include <QFontDatabase>
 #include <QHBoxLayout>
@@ -45,7 +45,7 @@ HeaderButton* squareButton(const QString& symbol, const QString& name, const QSt
     b->setObjectName(name);
     b->setToolTip(tip);
     b->setSquare(34);
-    b->setLook({Qt::white, Palette::control, Qt::transparent, 9});
+    b->setLook({Qt::white, style::Palette::control, Qt::transparent, 9});
     b->setDisabledOpacity(0.4);
     return b;
 }
@@ -56,7 +56,7 @@ HeaderButton* windowButton(const QString& symbol, const QString& name, const QSt
     b->setToolTip(tip);
     b->setSquare(28);
     b->setFontPixelSize(11);
-    b->setLook({Palette::secondaryText, Qt::transparent, Qt::transparent, 7});
+    b->setLook({style::Palette::secondaryText, Qt::transparent, Qt::transparent, 7});
     b->setFocusPolicy(Qt::NoFocus);
     return b;
 }
@@ -76,13 +76,13 @@ Header::Header(QWidget* parent)
     QLabel* title = label(QStringLiteral("VELMORA"), titleFont(), Qt::white);
     title->setObjectName(QStringLiteral("title"));
     titles->addWidget(title);
-    titles->addWidget(
-        label(QStringLiteral("Tiny planet photo studio"), uiFont(12), Palette::secondaryText));
+    titles->addWidget(label(QStringLiteral("Tiny planet photo studio"), style::uiFont(12),
+                            style::Palette::secondaryText));
     row->addLayout(titles);
 
     m_menuBar = new QMenuBar(this);
     m_menuBar->setNativeMenuBar(false); // inside the header, where it can be seen
-    m_menuBar->setFont(uiFont(12));
+    m_menuBar->setFont(style::uiFont(12));
     m_menuBar->setStyleSheet(QStringLiteral(
         "QMenuBar { background: transparent; color: rgba(235, 235, 245, 150); }"
         "QMenuBar::item { padding: 4px 8px; border-radius: 6px; background: transparent; }"
@@ -103,13 +103,13 @@ Header::Header(QWidget* parent)
 
     m_import = new HeaderButton(QStringLiteral("plus"), QStringLiteral("Import Photo"));
     m_import->setObjectName(QStringLiteral("import"));
-    m_import->setLook({Qt::black, Palette::accent, Qt::transparent, 11});
+    m_import->setLook({Qt::black, style::Palette::accent, Qt::transparent, 11});
     m_import->setPadding(18, 10);
     row->addWidget(m_import);
 
     m_export = new HeaderButton(QStringLiteral("square.and.arrow.up"), QStringLiteral("Export"));
     m_export->setObjectName(QStringLiteral("export"));
-    m_export->setLook({Qt::white, Palette::control, Palette::hairline, 11});
+    m_export->setLook({Qt::white, style::Palette::control, style::Palette::hairline, 11});
     m_export->setPadding(16, 10);
     m_export->setDisabledOpacity(0.4);
     row->addWidget(m_export);
@@ -117,9 +117,9 @@ Header::Header(QWidget* parent)
     m_layers = new HeaderButton(QStringLiteral("square.3.layers.3d"), QStringLiteral("Layers"));
     m_layers->setObjectName(QStringLiteral("layers"));
     m_layers->setCheckable(true);
-    m_layers->setLook({Qt::white, Palette::control, Palette::hairline, 11});
-    m_layers->setCheckedLook(
-        {Palette::accent, Palette::controlRaised, Palette::withAlpha(Palette::accent, 0.5), 11});
+    m_layers->setLook({Qt::white, style::Palette::control, style::Palette::hairline, 11});
+    m_layers->setCheckedLook({style::Palette::accent, style::Palette::controlRaised,
+                              style::Palette::withAlpha(style::Palette::accent, 0.5), 11});
     m_layers->setPadding(14, 10);
     m_layers->setDisabledOpacity(0.45);
     auto* layersRow = new QHBoxLayout;
@@ -160,7 +160,7 @@ void Header::setHelpMenu(QMenu* menu) {
 }
 
 void Header::paintEvent(QPaintEvent*) {
-    QPainter(this).fillRect(rect(), Palette::background);
+    QPainter(this).fillRect(rect(), style::Palette::background);
 }
 
 void Header::mousePressEvent(QMouseEvent* event) {

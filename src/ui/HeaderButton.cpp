@@ -1,9 +1,9 @@
 #include "ui/HeaderButton.h"
 
-#include "ui/FocusRing.h"
-#include "ui/Palette.h"
-#include "ui/Symbols.h"
-#include "ui/Typography.h"
+#include "style/FocusRing.h"
+#include "style/Palette.h"
+#include "style/Symbols.h"
+#include "style/Typography.h"
 
 #include <QFontMetricsF>
 #include <QPainter>
@@ -50,8 +50,8 @@ void HeaderButton::setSymbol(const QString& symbol) {
 QSize HeaderButton::sizeHint() const {
     if (m_square > 0)
         return {m_square, m_square};
-    const QFontMetricsF metrics(uiFont(m_fontSize, QFont::DemiBold));
-    const double symbol = m_symbol.isEmpty() ? 0 : symbolBoxSide(m_fontSize);
+    const QFontMetricsF metrics(style::uiFont(m_fontSize, QFont::DemiBold));
+    const double symbol = m_symbol.isEmpty() ? 0 : style::symbolBoxSide(m_fontSize);
     const double gap = (!m_symbol.isEmpty() && !text().isEmpty()) ? 6 : 0;
     const double width = symbol + gap + metrics.horizontalAdvance(text()) + 2 * m_padH;
     const double height = std::max<double>(metrics.height(), symbol) + 2 * m_padV;
@@ -76,15 +76,15 @@ void HeaderButton::paintEvent(QPaintEvent*) {
         p.drawPath(shape);
     }
 
-    const QFont font = uiFont(m_fontSize, QFont::DemiBold);
+    const QFont font = style::uiFont(m_fontSize, QFont::DemiBold);
     const QFontMetricsF metrics(font);
-    const double symbol = m_symbol.isEmpty() ? 0 : symbolBoxSide(m_fontSize);
+    const double symbol = m_symbol.isEmpty() ? 0 : style::symbolBoxSide(m_fontSize);
     const double gap = (!m_symbol.isEmpty() && !text().isEmpty()) ? 6 : 0;
     const double contentWidth = symbol + gap + metrics.horizontalAdvance(text());
     double x = (width() - contentWidth) / 2.0;
     if (!m_symbol.isEmpty()) {
-        paintSymbol(p, QRectF(x, (height() - symbol) / 2.0, symbol, symbol), m_symbol,
-                    look.foreground);
+        style::paintSymbol(p, QRectF(x, (height() - symbol) / 2.0, symbol, symbol), m_symbol,
+                           look.foreground);
         x += symbol + gap;
     }
     if (!text().isEmpty()) {
@@ -93,7 +93,7 @@ void HeaderButton::paintEvent(QPaintEvent*) {
         p.drawText(QRectF(x, 0, width() - x, height()), Qt::AlignVCenter | Qt::AlignLeft, text());
     }
     p.setOpacity(1.0);
-    paintFocusRing(p, *this, look.radius, Palette::accent);
+    style::paintFocusRing(p, *this, look.radius, style::Palette::accent);
 }
 
 } // namespace velmora::ui

@@ -1,12 +1,12 @@
 #include "ui/LayerInspector.h"
 
 #include "model/PlanetModel.h"
-#include "ui/FocusRing.h"
-#include "ui/Palette.h"
+#include "style/FocusRing.h"
+#include "style/Palette.h"
+#include "style/Symbols.h"
+#include "style/Typography.h"
 #include "ui/SymbolView.h"
-#include "ui/Symbols.h"
 #include "ui/TintedSlider.h"
-#include "ui/Typography.h"
 
 #include <QAbstractButton>
 #include <QHBoxLayout>
@@ -39,13 +39,14 @@ void paintButtonBase(QPainter& painter, const QAbstractButton& button) {
     else if (button.isDown())
         painter.setOpacity(0.7);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Palette::controlRaised);
+    painter.setBrush(style::Palette::controlRaised);
     painter.drawRoundedRect(QRectF(button.rect()), buttonRadius, buttonRadius);
 }
 
 void paintFocus(QPainter& painter, const QAbstractButton& button) {
     painter.setOpacity(1.0);
-    paintFocusRing(painter, button, buttonRadius, Palette::withAlpha(Palette::accent, 0.8));
+    style::paintFocusRing(painter, button, buttonRadius,
+                          style::Palette::withAlpha(style::Palette::accent, 0.8));
 }
 
 } // namespace
@@ -65,9 +66,9 @@ protected:
     void paintEvent(QPaintEvent*) override {
         QPainter painter(this);
         paintButtonBase(painter, *this);
-        const double glyph = symbolBoxSide(12);
+        const double glyph = style::symbolBoxSide(12);
         const QRectF box((width() - glyph) / 2, (height() - glyph) / 2, glyph, glyph);
-        paintSymbol(painter, box, m_symbol, palette().color(QPalette::ButtonText));
+        style::paintSymbol(painter, box, m_symbol, palette().color(QPalette::ButtonText));
         paintFocus(painter, *this);
     }
 
@@ -84,7 +85,7 @@ public:
         , m_minWidth(minWidth)
         , m_paddingX(paddingX)
         , m_chevron(chevron) {
-        setFont(uiFont(11, QFont::DemiBold));
+        setFont(style::uiFont(11, QFont::DemiBold));
         setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
         setFocusPolicy(Qt::TabFocus);
     }
@@ -122,7 +123,7 @@ protected:
             path.lineTo(cx, cy + 1.25);
             path.lineTo(cx + 2.5, cy - 1.25);
             painter.setBrush(Qt::NoBrush);
-            painter.setPen(QPen(Palette::withAlpha(colour, colour.alphaF() * 0.7), 1.4,
+            painter.setPen(QPen(style::Palette::withAlpha(colour, colour.alphaF() * 0.7), 1.4,
                                 Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
             painter.drawPath(path);
         }
@@ -148,15 +149,15 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
 
     auto* caption = new QLabel(QStringLiteral("Layer"), this);
     caption->setObjectName(QStringLiteral("caption"));
-    caption->setFont(uiFont(11, QFont::Bold, 1.0));
-    setForeground(caption, Palette::secondaryText);
+    caption->setFont(style::uiFont(11, QFont::Bold, 1.0));
+    setForeground(caption, style::Palette::secondaryText);
     row->addWidget(caption);
 
     auto* opacity = new QHBoxLayout;
     opacity->setSpacing(8);
-    opacity->addWidget(
-        new SymbolView(QStringLiteral("circle.lefthalf.filled"), 11, Palette::secondaryText, this));
-    m_opacity = new TintedSlider(Palette::accent, this);
+    opacity->addWidget(new SymbolView(QStringLiteral("circle.lefthalf.filled"), 11,
+                                      style::Palette::secondaryText, this));
+    m_opacity = new TintedSlider(style::Palette::accent, this);
     m_opacity->setObjectName(QStringLiteral("opacity"));
     m_opacity->setAccessibleName(QStringLiteral("Opacity"));
     m_opacity->setFixedWidth(110);
@@ -177,7 +178,7 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
     m_rotationButton = new ValueButton(38, 4, false, this);
     m_rotationButton->setObjectName(QStringLiteral("rotation"));
     m_rotationButton->setToolTip(QStringLiteral("Reset rotation"));
-    m_rotationButton->setFont(uiFont(11, QFont::DemiBold));
+    m_rotationButton->setFont(style::uiFont(11, QFont::DemiBold));
     row->addWidget(m_rotationButton);
     IconButton* rotateRight =
         addIconButton(QStringLiteral("rotate.right"), QStringLiteral("Rotate +15\u00b0"),
@@ -258,12 +259,12 @@ void LayerInspector::refresh() {
     }
     const double rotation = current ? current->rotation : 0.0;
     m_rotationButton->setLabel(QString::asprintf("%.0f\u00b0", rotation),
-                               Palette::withAlpha(Qt::white, 0.9));
+                               style::Palette::withAlpha(Qt::white, 0.9));
     const LayerBlendMode mode = current ? current->blendMode : LayerBlendMode::normal;
     // A blend other than normal is easy to forget; its name stands out.
     m_blendButton->setLabel(title(mode), mode == LayerBlendMode::normal
-                                             ? Palette::withAlpha(Qt::white, 0.9)
-                                             : Palette::accent);
+                                             ? style::Palette::withAlpha(Qt::white, 0.9)
+                                             : style::Palette::accent);
 }
 
 void LayerInspector::opacityChanged(int position) {
@@ -289,7 +290,7 @@ void LayerInspector::showBlendMenu() {
     for (const LayerBlendMode mode : allLayerBlendModes) {
         QAction* action = menu->addAction(title(mode));
         if (current && current->blendMode == mode)
-            action->setIcon(symbolIcon(QStringLiteral("checkmark"), mark));
+            action->setIcon(style::symbolIcon(QStringLiteral("checkmark"), mark));
         connect(action, &QAction::triggered, this,
                 [this, mode] { m_model.setSelectedBlendMode(mode); });
     }

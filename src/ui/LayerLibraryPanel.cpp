@@ -1,11 +1,11 @@
 #include "ui/LayerLibraryPanel.h"
 
 #include "model/PlanetModel.h"
+#include "style/FocusRing.h"
+#include "style/Palette.h"
+#include "style/Typography.h"
 #include "ui/Checkerboard.h"
-#include "ui/FocusRing.h"
-#include "ui/Palette.h"
 #include "ui/SectionLabel.h"
-#include "ui/Typography.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -60,10 +60,10 @@ QString richTextWithCode(const QString& text) {
 
 QLabel* smallNote(const QString& text, QWidget* parent) {
     auto* label = new QLabel(text, parent);
-    label->setFont(uiFont(11));
+    label->setFont(style::uiFont(11));
     label->setWordWrap(true);
     QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, Palette::tertiaryText);
+    palette.setColor(QPalette::WindowText, style::Palette::tertiaryText);
     label->setPalette(palette);
     return label;
 }
@@ -81,7 +81,7 @@ public:
         , m_value(std::move(value)) {
         setText(title);
         setCheckable(true);
-        setFont(uiFont(11, QFont::DemiBold));
+        setFont(style::uiFont(11, QFont::DemiBold));
         setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
         setFocusPolicy(Qt::TabFocus);
         setObjectName(QStringLiteral("categoryChip"));
@@ -105,13 +105,14 @@ protected:
         const QRectF bounds(rect());
         const double r = bounds.height() / 2;
         painter.setPen(Qt::NoPen);
-        painter.setBrush(isChecked() ? Palette::accent : Palette::control);
+        painter.setBrush(isChecked() ? style::Palette::accent : style::Palette::control);
         painter.drawRoundedRect(bounds, r, r);
-        painter.setPen(isChecked() ? QColor(Qt::black) : Palette::withAlpha(Qt::white, 0.85));
+        painter.setPen(isChecked() ? QColor(Qt::black)
+                                   : style::Palette::withAlpha(Qt::white, 0.85));
         painter.setFont(font());
         painter.drawText(rect(), Qt::AlignCenter, text());
-        paintFocusRing(painter, *this, bounds.adjusted(0.75, 0.75, -0.75, -0.75), r - 0.75,
-                       isChecked() ? QColor(Qt::white) : Palette::accent);
+        style::paintFocusRing(painter, *this, bounds.adjusted(0.75, 0.75, -0.75, -0.75), r - 0.75,
+                              isChecked() ? QColor(Qt::white) : style::Palette::accent);
     }
 
 private:
@@ -173,10 +174,10 @@ private:
             QPainter painter(this);
             const bool right = m_towards == Qt::LeftToRight;
             QLinearGradient fade(right ? 0 : width(), 0, right ? width() : 0, 0);
-            QColor clear = Palette::panel;
+            QColor clear = style::Palette::panel;
             clear.setAlpha(0);
             fade.setColorAt(0, clear);
-            fade.setColorAt(1, Palette::panel);
+            fade.setColorAt(1, style::Palette::panel);
             painter.fillRect(rect(), fade);
         }
 
@@ -235,10 +236,10 @@ protected:
             painter.drawPixmap(target.topLeft(), m_thumbnail);
         }
         if (m_pressed)
-            painter.fillRect(bounds, Palette::withAlpha(Qt::black, 0.2));
+            painter.fillRect(bounds, style::Palette::withAlpha(Qt::black, 0.2));
 
         painter.setClipping(false);
-        painter.setPen(QPen(Palette::hairline, 1));
+        painter.setPen(QPen(style::Palette::hairline, 1));
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(bounds.adjusted(0.5, 0.5, -0.5, -0.5), cellRadius - 0.5,
                                 cellRadius - 0.5);
@@ -427,9 +428,9 @@ LayerLibraryPanel::LayerLibraryPanel(PlanetModel& model, QWidget* parent)
     header->addStretch(1);
     auto* count = new QLabel(QString::number(library.assets().size()), this);
     count->setObjectName(QStringLiteral("count"));
-    count->setFont(uiFont(11, QFont::Medium));
+    count->setFont(style::uiFont(11, QFont::Medium));
     QPalette countPalette = count->palette();
-    countPalette.setColor(QPalette::WindowText, Palette::tertiaryText);
+    countPalette.setColor(QPalette::WindowText, style::Palette::tertiaryText);
     count->setPalette(countPalette);
     header->addWidget(count, 0, Qt::AlignVCenter);
     stack->addLayout(header);
@@ -542,7 +543,7 @@ QString LayerLibraryPanel::dragPayload(const QString& assetID) {
 
 void LayerLibraryPanel::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    painter.fillRect(rect(), Palette::panel);
+    painter.fillRect(rect(), style::Palette::panel);
 }
 
 void LayerLibraryPanel::hideEvent(QHideEvent* event) {

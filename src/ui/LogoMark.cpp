@@ -1,6 +1,6 @@
 #include "ui/LogoMark.h"
 
-#include "ui/Palette.h"
+#include "style/Palette.h"
 
 #include <QPainter>
 
@@ -15,13 +15,13 @@ LogoMark::LogoMark(QWidget* parent)
 void LogoMark::paintEvent(QPaintEvent*) {
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
-    QPen ring(Palette::accent, 2.5);
+    QPen ring(style::Palette::accent, 2.5);
     ring.setDashPattern({3.5 / 2.5, 3.5 / 2.5}); // Qt counts dashes in pen widths
     p.setPen(ring);
     p.setBrush(Qt::NoBrush);
     p.drawEllipse(QRectF(1.25, 1.25, 27.5, 27.5));
     p.setPen(Qt::NoPen);
-    p.setBrush(Palette::accent);
+    p.setBrush(style::Palette::accent);
     p.drawEllipse(QRectF(11, 11, 8, 8));
 }
 

@@ -1,8 +1,8 @@
 #include "ui/PillToggle.h"
 
-#include "ui/FocusRing.h"
-#include "ui/Palette.h"
-#include "ui/Typography.h"
+#include "style/FocusRing.h"
+#include "style/Palette.h"
+#include "style/Typography.h"
 
 #include <QAbstractButton>
 #include <QHBoxLayout>
@@ -35,13 +35,15 @@ protected:
         const QRectF track = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
         const double r = track.height() / 2;
         painter.setPen(Qt::NoPen);
-        painter.setBrush(isChecked() ? Palette::accent : Palette::withAlpha(Qt::white, 0.18));
+        painter.setBrush(isChecked() ? style::Palette::accent
+                                     : style::Palette::withAlpha(Qt::white, 0.18));
         painter.drawRoundedRect(track, r, r);
         const double knob = track.height() - 2;
         const double x = isChecked() ? track.right() - 1 - knob : track.left() + 1;
         painter.setBrush(isDown() ? QColor(222, 222, 226) : QColor(248, 248, 250));
         painter.drawEllipse(QRectF(x, track.top() + 1, knob, knob));
-        paintFocusRing(painter, *this, track, r, Palette::withAlpha(Palette::accent, 0.8));
+        style::paintFocusRing(painter, *this, track, r,
+                              style::Palette::withAlpha(style::Palette::accent, 0.8));
     }
 };
 
@@ -62,9 +64,9 @@ PillToggle::PillToggle(QString title, std::function<bool()> isOn, std::function<
     auto* label = new QLabel(title, this);
     label->setObjectName(QStringLiteral("title"));
     label->setTextFormat(Qt::PlainText);
-    label->setFont(uiFont(12));
+    label->setFont(style::uiFont(12));
     QPalette palette = label->palette();
-    palette.setColor(QPalette::WindowText, Palette::secondaryText);
+    palette.setColor(QPalette::WindowText, style::Palette::secondaryText);
     label->setPalette(palette);
     row->addWidget(label, 0, Qt::AlignVCenter);
 

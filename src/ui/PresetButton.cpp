@@ -1,9 +1,9 @@
 #include "ui/PresetButton.h"
 
-#include "ui/FocusRing.h"
-#include "ui/Palette.h"
-#include "ui/Symbols.h"
-#include "ui/Typography.h"
+#include "style/FocusRing.h"
+#include "style/Palette.h"
+#include "style/Symbols.h"
+#include "style/Typography.h"
 
 #include <QFontMetrics>
 #include <QPainter>
@@ -18,11 +18,11 @@ constexpr int spacing = 11;
 constexpr double radius = 11;
 } // namespace
 
-PresetButton::PresetButton(PlanetModel::Preset preset, QWidget* parent)
+PresetButton::PresetButton(Preset preset, QWidget* parent)
     : QAbstractButton(parent)
     , m_preset(preset) {
-    setText(PlanetModel::title(preset));
-    setFont(uiFont(14, QFont::DemiBold));
+    setText(presetTitle(preset));
+    setFont(style::uiFont(14, QFont::DemiBold));
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setFocusPolicy(Qt::TabFocus);
 }
@@ -36,7 +36,7 @@ void PresetButton::setSelected(bool selected) {
 
 QSize PresetButton::sizeHint() const {
     const QFontMetrics metrics(font());
-    const int content = std::max(metrics.height(), symbolBoxSide(14));
+    const int content = std::max(metrics.height(), style::symbolBoxSide(14));
     return {paddingX + symbolFrame + spacing + metrics.horizontalAdvance(text()) + paddingX,
             paddingY + content + paddingY};
 }
@@ -53,16 +53,17 @@ void PresetButton::paintEvent(QPaintEvent*) {
     else if (isDown())
         painter.setOpacity(0.75);
 
-    const QColor fill = m_selected ? Palette::accent : Palette::control;
-    const QColor content = m_selected ? QColor(Qt::black) : Palette::withAlpha(Qt::white, 0.9);
+    const QColor fill = m_selected ? style::Palette::accent : style::Palette::control;
+    const QColor content =
+        m_selected ? QColor(Qt::black) : style::Palette::withAlpha(Qt::white, 0.9);
     painter.setPen(Qt::NoPen);
     painter.setBrush(fill);
     painter.drawRoundedRect(QRectF(rect()), radius, radius);
 
-    const double glyph = symbolBoxSide(14);
+    const double glyph = style::symbolBoxSide(14);
     const QRectF symbolRect(paddingX + (symbolFrame - glyph) / 2, (height() - glyph) / 2, glyph,
                             glyph);
-    paintSymbol(painter, symbolRect, PlanetModel::symbol(m_preset), content);
+    style::paintSymbol(painter, symbolRect, presetSymbol(m_preset), content);
 
     const int textLeft = paddingX + symbolFrame + spacing;
     const QRect textRect(textLeft, 0, std::max(0, width() - textLeft - paddingX), height());
@@ -72,7 +73,8 @@ void PresetButton::paintEvent(QPaintEvent*) {
                      painter.fontMetrics().elidedText(text(), Qt::ElideRight, textRect.width()));
 
     painter.setOpacity(1.0);
-    paintFocusRing(painter, *this, radius, m_selected ? QColor(Qt::white) : Palette::accent);
+    style::paintFocusRing(painter, *this, radius,
+                          m_selected ? QColor(Qt::white) : style::Palette::accent);
 }
 
 } // namespace velmora::ui

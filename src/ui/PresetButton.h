@@ -1,6 +1,6 @@
 #pragma once
 
-#include "model/PlanetModel.h"
+#include "model/Preset.h"
 
 #include <QAbstractButton>
 
@@ -10,9 +10,9 @@ namespace velmora::ui {
 /// colour while selected. clicked() is its action.
 class PresetButton : public QAbstractButton {
 public:
-    explicit PresetButton(PlanetModel::Preset preset, QWidget* parent = nullptr);
+    explicit PresetButton(Preset preset, QWidget* parent = nullptr);
 
-    PlanetModel::Preset preset() const { return m_preset; }
+    Preset preset() const { return m_preset; }
     void setSelected(bool selected);
     bool isSelected() const { return m_selected; }
 
@@ -23,7 +23,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    PlanetModel::Preset m_preset;
+    Preset m_preset;
     bool m_selected = false;
 };
 

@@ -1,10 +1,10 @@
 #include "ui/SettingSlider.h"
 
-#include "ui/Palette.h"
+#include "style/Palette.h"
+#include "style/Typography.h"
 #include "ui/StepButton.h"
 #include "ui/SymbolView.h"
 #include "ui/TintedSlider.h"
-#include "ui/Typography.h"
 
 #include <QHBoxLayout>
 #include <QKeyEvent>
@@ -43,18 +43,19 @@ SettingSlider::SettingSlider(SettingSliderConfig config, QWidget* parent)
     auto* title = new QLabel(m_config.title.toUpper(), this);
     title->setObjectName(QStringLiteral("title"));
     title->setTextFormat(Qt::PlainText);
-    title->setFont(uiFont(11, QFont::DemiBold, 0.5));
-    setTextColour(title, Palette::secondaryText);
+    title->setFont(style::uiFont(11, QFont::DemiBold, 0.5));
+    setTextColour(title, style::Palette::secondaryText);
     header->addWidget(title, 0, Qt::AlignVCenter);
     header->addStretch(1);
     m_readout = new QLabel(this);
     m_readout->setObjectName(QStringLiteral("readout"));
     m_readout->setTextFormat(Qt::PlainText);
-    m_readout->setFont(uiFont(12, QFont::Medium));
+    m_readout->setFont(style::uiFont(12, QFont::Medium));
     // The accent is for interaction; on the projection sliders the number stays
     // neutral and only the track carries the colour.
-    setTextColour(m_readout, m_config.tint == Palette::accent ? Palette::withAlpha(Qt::white, 0.85)
-                                                              : m_config.tint);
+    setTextColour(m_readout, m_config.tint == style::Palette::accent
+                                 ? style::Palette::withAlpha(Qt::white, 0.85)
+                                 : m_config.tint);
     header->addWidget(m_readout, 0, Qt::AlignVCenter);
     stack->addLayout(header);
 

@@ -1,13 +1,13 @@
 #include "ui/Sidebar.h"
 
 #include "model/PlanetModel.h"
+#include "style/Palette.h"
+#include "style/Typography.h"
 #include "ui/HeaderButton.h"
-#include "ui/Palette.h"
 #include "ui/PillToggle.h"
 #include "ui/PresetButton.h"
 #include "ui/SectionLabel.h"
 #include "ui/SettingSlider.h"
-#include "ui/Typography.h"
 
 #include <QLabel>
 #include <QScrollBar>
@@ -19,62 +19,37 @@ namespace velmora::ui {
 
 namespace {
 
-using Getter = double (PlanetModel::*)() const;
-using Setter = void (PlanetModel::*)(double);
-using Signal = void (PlanetModel::*)();
-
-struct SliderRow {
-    const char* title;
-    Getter get;
-    Setter set;
-    Signal changed;
-    double lower, upper, defaultValue, step;
-    QString (*readout)(double);
-};
-
-/// A slider working in base-2 logarithm units over a setting: -1..1 covers 0.5..2.
-SettingSliderConfig logarithmic(PlanetModel& model, const char* title, const char* symbol,
-                                Getter get, Setter set) {
+/// The slider for a row of the settings table, bound to the model. Sliders in powers
+/// of two work in base-2 logarithm units: -1..1 covers half to twice the default.
+SettingSliderConfig sliderConfig(PlanetModel& model, const SettingInfo& info) {
+    const Setting setting = info.setting;
     SettingSliderConfig c;
-    c.title = QString::fromUtf8(title);
-    c.lower = -1.0;
-    c.upper = 1.0;
-    c.defaultValue = 0.0;
-    c.step = 0.0;
-    c.symbol = QString::fromLatin1(symbol);
-    c.tint = Palette::warm;
-    c.readout = &Sidebar::readoutPowerOfTwo;
-    c.value = [&model, get] { return std::log2(std::max((model.*get)(), 0.001)); };
-    c.setValue = [&model, set](double x) { (model.*set)(std::exp2(x)); };
+    c.title = QString::fromUtf8(info.label);
+    c.symbol = QString::fromLatin1(info.symbol);
+    c.tint = info.kind == SettingKind::colour ? style::Palette::warm : style::Palette::accent;
+    c.step = info.step;
     c.onCommit = [&model] { model.recordHistory(); };
+    const SettingReadout readout = info.readout;
+    if (info.control == SettingControl::powerOfTwoSlider) {
+        const double centre = std::log2(info.defaultValue);
+        c.lower = std::log2(info.lower);
+        c.upper = std::log2(info.upper);
+        c.defaultValue = centre;
+        c.readout = [readout](double x) { return formatReadout(readout, std::exp2(x)); };
+        c.value = [&model, setting] { return std::log2(std::max(model.setting(setting), 0.001)); };
+        c.setValue = [&model, setting](double x) { model.setSetting(setting, std::exp2(x)); };
+    } else {
+        c.lower = info.lower;
+        c.upper = info.upper;
+        c.defaultValue = info.defaultValue;
+        c.readout = [readout](double v) { return formatReadout(readout, v); };
+        c.value = [&model, setting] { return model.setting(setting); };
+        c.setValue = [&model, setting](double v) { model.setSetting(setting, v); };
+    }
     return c;
 }
 
 } // namespace
-
-QString Sidebar::readoutDecimal(double value) {
-    return QString::asprintf("%.2f", value);
-}
-
-QString Sidebar::readoutDegrees(double value) {
-    return QString::asprintf("%.0f\u00b0", value);
-}
-
-QString Sidebar::readoutPercentOrOff(double value) {
-    return value < 0.005 ? QStringLiteral("Off") : QString::asprintf("%.0f%%", value * 100.0);
-}
-
-QString Sidebar::readoutWholeNumber(double value) {
-    return QString::asprintf("%.0f", value);
-}
-
-QString Sidebar::readoutPowerOfTwo(double value) {
-    return QString::asprintf("%.2f", std::exp2(value));
-}
-
-QString Sidebar::readoutSaturation(double value) {
-    return value < 0.005 ? QStringLiteral("B&W") : QString::asprintf("%.2f", value);
-}
 
 Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
     : QScrollArea(parent)
@@ -94,8 +69,8 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
         "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: none; }"));
     setAutoFillBackground(true);
     QPalette pal = palette();
-    pal.setColor(QPalette::Window, Palette::panel);
-    pal.setColor(QPalette::Base, Palette::panel);
+    pal.setColor(QPalette::Window, style::Palette::panel);
+    pal.setColor(QPalette::Base, style::Palette::panel);
     setPalette(pal);
 
     auto* content = new QWidget;
@@ -109,7 +84,7 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
     auto* presets = new QVBoxLayout;
     presets->setSpacing(8);
     presets->setContentsMargins(0, 4, 0, 0);
-    for (const PlanetModel::Preset preset : PlanetModel::allPresets) {
+    for (const Preset preset : allPresets) {
         auto* button = new PresetButton(preset);
         connect(button, &QAbstractButton::clicked, this,
                 [this, preset] { m_model.applyPreset(preset); });
@@ -127,91 +102,50 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
     column->addWidget(new SectionLabel(QStringLiteral("Settings")));
     auto* settings = new QVBoxLayout;
     settings->setSpacing(16);
-
-    const SliderRow projection[] = {
-        {"Zoom", &PlanetModel::zoom, &PlanetModel::setZoom, &PlanetModel::zoomChanged, 0.2, 4.0,
-         1.0, 0, &readoutDecimal},
-        {"Rotate", &PlanetModel::rotationDegrees, &PlanetModel::setRotationDegrees,
-         &PlanetModel::rotationDegreesChanged, -180, 180, 0, 1, &readoutDegrees},
-        {"Flip X", &PlanetModel::flipX, &PlanetModel::setFlipX, &PlanetModel::flipXChanged, -1, 1,
-         0, 0, &readoutDecimal},
-        {"Flip Y", &PlanetModel::flipY, &PlanetModel::setFlipY, &PlanetModel::flipYChanged, -1, 1,
-         0, 0, &readoutDecimal},
-        {"Shift Y", &PlanetModel::horizon, &PlanetModel::setHorizon, &PlanetModel::horizonChanged,
-         -1, 1, 0, 0, &readoutDecimal},
-        {"Shift X", &PlanetModel::shiftX, &PlanetModel::setShiftX, &PlanetModel::shiftXChanged, -1,
-         1, 0, 0, &readoutDecimal},
-        {"Twist", &PlanetModel::twist, &PlanetModel::setTwist, &PlanetModel::twistChanged, -5, 5, 0,
-         0, &readoutDecimal},
-        {"Convexity", &PlanetModel::convexity, &PlanetModel::setConvexity,
-         &PlanetModel::convexityChanged, -0.5, 1.0, 0, 0, &readoutDecimal},
-        {"Repeats", &PlanetModel::repeats, &PlanetModel::setRepeats, &PlanetModel::repeatsChanged,
-         1, 10, 1.0, 0, &readoutWholeNumber},
-        {"Seam Blend", &PlanetModel::blendWidth, &PlanetModel::setBlendWidth,
-         &PlanetModel::blendWidthChanged, 0, 0.4, 0.12, 0, &readoutPercentOrOff},
-    };
-    const auto configFor = [this](const SliderRow& row, const char* symbol, QColor tint) {
-        SettingSliderConfig c;
-        c.title = QString::fromUtf8(row.title);
-        c.lower = row.lower;
-        c.upper = row.upper;
-        c.defaultValue = row.defaultValue;
-        c.step = row.step;
-        c.symbol = QString::fromLatin1(symbol);
-        c.tint = tint;
-        c.readout = row.readout;
-        c.value = [this, get = row.get] { return (m_model.*get)(); };
-        c.setValue = [this, set = row.set](double v) { (m_model.*set)(v); };
-        c.onCommit = [this] { m_model.recordHistory(); };
-        return c;
-    };
-    const auto addSlider = [this](QVBoxLayout* to, SettingSliderConfig config, Signal changed) {
-        const QString name = QStringLiteral("slider:") + config.title;
-        auto* slider = new SettingSlider(std::move(config));
-        slider->setObjectName(name);
-        connect(&m_model, changed, slider, &SettingSlider::refresh);
-        to->addWidget(slider);
-        m_sliders.append(slider);
-    };
-    for (const SliderRow& row : projection)
-        addSlider(settings, configFor(row, "", Palette::accent), row.changed);
-
-    // Invert has no drag to commit at, so its binding records history itself.
-    m_invert = new PillToggle(
-        QStringLiteral("Invert"), [this] { return m_model.invert(); },
-        [this](bool on) {
-            m_model.recordHistory();
-            m_model.setInvert(on);
+    // One row per setting of the table: the projection first, then under "Adjust"
+    // the grade.
+    bool adjustShown = false;
+    for (const SettingInfo& info : settingsTable()) {
+        if (info.kind == SettingKind::colour && !adjustShown) {
+            auto* adjust = new SectionLabel(QStringLiteral("Adjust"));
+            adjust->setContentsMargins(0, 4, 0, 0);
+            settings->addWidget(adjust);
+            adjustShown = true;
+        }
+        const Setting setting = info.setting;
+        if (info.control == SettingControl::toggle) {
+            // A switch has no drag to commit at, so it records history itself.
+            auto* toggle = new PillToggle(
+                QString::fromUtf8(info.label),
+                [this, setting] { return m_model.setting(setting) != 0.0; },
+                [this, setting](bool on) {
+                    m_model.recordHistory();
+                    m_model.setSetting(setting, on ? 1.0 : 0.0);
+                });
+            toggle->setObjectName(QStringLiteral("toggle:") + QString::fromUtf8(info.label));
+            connect(&m_model, &PlanetModel::settingChanged, toggle, [toggle, setting](Setting s) {
+                if (s == setting)
+                    toggle->refresh();
+            });
+            settings->addWidget(toggle);
+            m_toggles.append(toggle);
+            continue;
+        }
+        auto* slider = new SettingSlider(sliderConfig(m_model, info));
+        slider->setObjectName(QStringLiteral("slider:") + QString::fromUtf8(info.label));
+        connect(&m_model, &PlanetModel::settingChanged, slider, [slider, setting](Setting s) {
+            if (s == setting)
+                slider->refresh();
         });
-    connect(&m_model, &PlanetModel::invertChanged, m_invert, &PillToggle::refresh);
-    settings->addWidget(m_invert);
-
-    auto* adjust = new SectionLabel(QStringLiteral("Adjust"));
-    adjust->setContentsMargins(0, 4, 0, 0);
-    settings->addWidget(adjust);
-    addSlider(
-        settings,
-        logarithmic(m_model, "Gamma", "dial.medium", &PlanetModel::gamma, &PlanetModel::setGamma),
-        &PlanetModel::gammaChanged);
-    addSlider(settings,
-              logarithmic(m_model, "Contrast", "circle.lefthalf.filled", &PlanetModel::contrast,
-                          &PlanetModel::setContrast),
-              &PlanetModel::contrastChanged);
-    const SliderRow grading[] = {
-        {"Saturation", &PlanetModel::saturation, &PlanetModel::setSaturation,
-         &PlanetModel::saturationChanged, 0, 2, 1.0, 0, &readoutSaturation},
-        {"Vignette", &PlanetModel::vignette, &PlanetModel::setVignette,
-         &PlanetModel::vignetteChanged, 0, 1, 0, 0, &readoutPercentOrOff},
-    };
-    const char* symbols[] = {"drop.fill", "camera.aperture"};
-    for (int i = 0; i < 2; ++i)
-        addSlider(settings, configFor(grading[i], symbols[i], Palette::warm), grading[i].changed);
+        settings->addWidget(slider);
+        m_sliders.append(slider);
+    }
     column->addLayout(settings);
 
     auto* reset =
         new HeaderButton(QStringLiteral("arrow.counterclockwise"), QStringLiteral("Reset"));
     reset->setObjectName(QStringLiteral("reset"));
-    reset->setLook({Qt::white, Palette::control, Qt::transparent, 11});
+    reset->setLook({Qt::white, style::Palette::control, Qt::transparent, 11});
     reset->setPadding(16, 11);
     reset->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     connect(reset, &QAbstractButton::clicked, this, [this] { m_model.resetAll(); });
@@ -223,15 +157,23 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
     auto* tip = new QLabel(QStringLiteral(
         "Tip: wide landscape photos and 360\u00b0 panoramas create the best tiny planets."));
     tip->setWordWrap(true);
-    tip->setFont(uiFont(11));
+    tip->setFont(style::uiFont(11));
     QPalette tipPalette = tip->palette();
-    tipPalette.setColor(QPalette::WindowText, Palette::tertiaryText);
+    tipPalette.setColor(QPalette::WindowText, style::Palette::tertiaryText);
     tip->setPalette(tipPalette);
     tip->setContentsMargins(0, 6, 0, 0);
     column->addWidget(tip);
     column->addStretch(1);
 
     setWidget(content);
+}
+
+PillToggle* Sidebar::toggle(const QString& title) const {
+    for (PillToggle* t : m_toggles) {
+        if (t->objectName() == QStringLiteral("toggle:") + title)
+            return t;
+    }
+    return nullptr;
 }
 
 SettingSlider* Sidebar::slider(const QString& title) const {

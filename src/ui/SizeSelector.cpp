@@ -1,8 +1,8 @@
 #include "ui/SizeSelector.h"
 
-#include "ui/FocusRing.h"
-#include "ui/Palette.h"
-#include "ui/Typography.h"
+#include "style/FocusRing.h"
+#include "style/Palette.h"
+#include "style/Typography.h"
 
 #include <QAbstractButton>
 #include <QHBoxLayout>
@@ -41,12 +41,12 @@ protected:
         if (m_chosen) {
             QPainterPath shape;
             shape.addRoundedRect(QRectF(rect()), 7, 7);
-            p.fillPath(shape, Palette::controlRaised);
+            p.fillPath(shape, style::Palette::controlRaised);
         }
         p.setFont(font());
-        p.setPen(m_chosen ? QColor(Qt::white) : Palette::secondaryText);
+        p.setPen(m_chosen ? QColor(Qt::white) : style::Palette::secondaryText);
         p.drawText(rect(), Qt::AlignCenter, text());
-        paintFocusRing(p, *this, 7, Palette::accent);
+        style::paintFocusRing(p, *this, 7, style::Palette::accent);
     }
 
 private:
@@ -61,7 +61,7 @@ SizeSelector::SizeSelector(QList<int> sizes, std::function<int()> current,
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(3, 3, 3, 3);
     row->setSpacing(4);
-    QFont digits = uiFont(12, QFont::Medium);
+    QFont digits = style::uiFont(12, QFont::Medium);
     digits.setStyleHint(QFont::Monospace, QFont::PreferDefault);
     for (const int size : std::as_const(m_sizes)) {
         auto* segment = new Segment(size, this);
@@ -87,7 +87,7 @@ void SizeSelector::paintEvent(QPaintEvent*) {
     p.setRenderHint(QPainter::Antialiasing);
     QPainterPath track;
     track.addRoundedRect(QRectF(rect()), 9, 9);
-    p.fillPath(track, Palette::control);
+    p.fillPath(track, style::Palette::control);
 }
 
 } // namespace velmora::ui

@@ -1,9 +1,9 @@
 #include "ui/StepButton.h"
 
-#include "ui/FocusRing.h"
-#include "ui/Palette.h"
-#include "ui/Symbols.h"
-#include "ui/Typography.h"
+#include "style/FocusRing.h"
+#include "style/Palette.h"
+#include "style/Symbols.h"
+#include "style/Typography.h"
 
 #include <QPainter>
 
@@ -29,13 +29,14 @@ void StepButton::paintEvent(QPaintEvent*) {
     else if (isDown())
         painter.setOpacity(0.7);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Palette::controlRaised);
+    painter.setBrush(style::Palette::controlRaised);
     painter.drawRoundedRect(QRectF(rect()), 5, 5);
-    const double glyph = symbolBoxSide(9);
+    const double glyph = style::symbolBoxSide(9);
     const QRectF box((width() - glyph) / 2, (height() - glyph) / 2, glyph, glyph);
-    paintSymbol(painter, box, m_symbol, Palette::withAlpha(Qt::white, 0.85));
+    style::paintSymbol(painter, box, m_symbol, style::Palette::withAlpha(Qt::white, 0.85));
     painter.setOpacity(1.0);
-    paintFocusRing(painter, *this, 5, Palette::withAlpha(Palette::accent, 0.8));
+    style::paintFocusRing(painter, *this, 5,
+                          style::Palette::withAlpha(style::Palette::accent, 0.8));
 }
 
 } // namespace velmora::ui

@@ -1,7 +1,7 @@
 #include "ui/SymbolView.h"
 
-#include "ui/Symbols.h"
-#include "ui/Typography.h"
+#include "style/Symbols.h"
+#include "style/Typography.h"
 
 #include <QPainter>
 
@@ -11,9 +11,14 @@ SymbolView::SymbolView(QString symbol, double fontSize, QColor color, QWidget* p
     : QWidget(parent)
     , m_symbol(std::move(symbol))
     , m_color(color) {
-    const int side = symbolBoxSide(fontSize);
+    const int side = style::symbolBoxSide(fontSize);
     setFixedSize(side, side);
     setAttribute(Qt::WA_TransparentForMouseEvents);
+}
+
+void SymbolView::setSymbol(const QString& symbol) {
+    m_symbol = symbol;
+    update();
 }
 
 void SymbolView::setColor(const QColor& color) {
@@ -25,7 +30,7 @@ void SymbolView::setColor(const QColor& color) {
 
 void SymbolView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
-    paintSymbol(painter, QRectF(rect()), m_symbol, m_color);
+    style::paintSymbol(painter, QRectF(rect()), m_symbol, m_color);
 }
 
 } // namespace velmora::ui

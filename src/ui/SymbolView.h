@@ -14,6 +14,7 @@ public:
     QString symbol() const { return m_symbol; }
     QColor color() const { return m_color; }
     void setColor(const QColor& color);
+    void setSymbol(const QString& symbol);
 
 protected:
     void paintEvent(QPaintEvent* event) override;

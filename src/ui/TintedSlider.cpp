@@ -1,7 +1,7 @@
 #include "ui/TintedSlider.h"
 
-#include "ui/FocusRing.h"
-#include "ui/Palette.h"
+#include "style/FocusRing.h"
+#include "style/Palette.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -78,7 +78,7 @@ void TintedSlider::paintEvent(QPaintEvent*) {
     const QRectF track(radius - trackHeight / 2, cy - trackHeight / 2,
                        std::max(0.0, width() - 2 * radius) + trackHeight, trackHeight);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Palette::withAlpha(Qt::white, 0.16));
+    painter.setBrush(style::Palette::withAlpha(Qt::white, 0.16));
     painter.drawRoundedRect(track, trackHeight / 2, trackHeight / 2);
     QRectF filled = track;
     filled.setRight(knobX);
@@ -87,13 +87,13 @@ void TintedSlider::paintEvent(QPaintEvent*) {
 
     const QRectF knob(knobX - radius + 0.5, cy - radius + 0.5, knobDiameter - 1.0,
                       knobDiameter - 1.0);
-    painter.setBrush(Palette::withAlpha(Qt::black, 0.25));
+    painter.setBrush(style::Palette::withAlpha(Qt::black, 0.25));
     painter.drawEllipse(knob.translated(0, 0.75));
     painter.setBrush(isSliderDown() ? QColor(222, 222, 226) : QColor(248, 248, 250));
     painter.drawEllipse(knob);
-    if (showsFocusRing(*this)) {
+    if (style::showsFocusRing(*this)) {
         painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(Palette::withAlpha(Palette::accent, 0.8), 1.5));
+        painter.setPen(QPen(style::Palette::withAlpha(style::Palette::accent, 0.8), 1.5));
         painter.drawEllipse(knob.adjusted(-1, -1, 1, 1));
     }
 }

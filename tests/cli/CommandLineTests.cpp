@@ -1,4 +1,5 @@
 #include "app/CommandLine.h"
+#include "layers/LayerLibrary.h"
 #include "support/TestSupport.h"
 
 #include <QFile>
@@ -55,14 +56,86 @@ TEST(CommandLineParsing, RenderOptionsInBothSpellings) {
     EXPECT_EQ(inv.render.input, QStringLiteral("pano.jpg"));
     EXPECT_EQ(inv.render.output, QStringLiteral("o.png"));
     EXPECT_EQ(inv.render.size, 4096);
-    EXPECT_EQ(inv.render.preset, PlanetModel::Preset::sky);
-    EXPECT_EQ(inv.render.settings.at(QStringLiteral("rotate")), -30.0);
-    EXPECT_EQ(inv.render.settings.at(QStringLiteral("shift-y")), 0.25);
-    EXPECT_EQ(inv.render.invert, false);
+    EXPECT_EQ(inv.render.preset, Preset::sky);
+    EXPECT_EQ(inv.render.settings.at(Setting::rotationDegrees), -30.0);
+    EXPECT_EQ(inv.render.settings.at(Setting::horizon), 0.25);
+    EXPECT_EQ(inv.render.settings.at(Setting::invert), 0.0);
+    EXPECT_EQ(inv.render.settings.size(), 3u);
     ASSERT_EQ(inv.render.layers.size(), 1);
-    EXPECT_EQ(cli::presetByName(QStringLiteral("double")), PlanetModel::Preset::double_);
-    EXPECT_EQ(cli::presetByName(QStringLiteral("Spiral Planet")), PlanetModel::Preset::spiral);
-    EXPECT_EQ(cli::presetByName(QStringLiteral("Sky")), std::nullopt);
+    EXPECT_EQ(presetByName(u"double"), Preset::double_);
+    EXPECT_EQ(presetByName(u"Spiral Planet"), Preset::spiral);
+    EXPECT_EQ(presetByName(u"Sky"), std::nullopt);
+}
+
+// Every row of the settings table is an option by its own name, takes a value in
+// both spellings (a switch on its own or with yes/no), is listed by --help with its
+// range and default, and is the window's label in lower case with dashes.
+TEST(CommandLineParsing, EverySettingOfTheTableIsAnOption) {
+    const QString help = cli::helpText();
+    for (const SettingInfo& info : settingsTable()) {
+        const QString option = QString::fromLatin1(info.option);
+        SCOPED_TRACE(option.toStdString());
+        EXPECT_EQ(option, QString::fromUtf8(info.label).toLower().replace(QLatin1Char(' '), '-'));
+        const QString flag = QStringLiteral("--") + option;
+        const QStringList base{QStringLiteral("render"), QStringLiteral("-o"),
+                               QStringLiteral("x.png")};
+        if (info.control == SettingControl::toggle) {
+            EXPECT_EQ(cli::parse(base + QStringList{flag}).render.settings.at(info.setting), 1.0);
+            EXPECT_EQ(cli::parse(base + QStringList{flag + QStringLiteral("=no")})
+                          .render.settings.at(info.setting),
+                      0.0);
+            EXPECT_TRUE(help.contains(flag + QStringLiteral("[=yes|no]")));
+            continue;
+        }
+        EXPECT_EQ(cli::parse(base + QStringList{flag, QStringLiteral("-0.75")})
+                      .render.settings.at(info.setting),
+                  -0.75);
+        EXPECT_EQ(cli::parse(base + QStringList{flag + QStringLiteral("=3.5")})
+                      .render.settings.at(info.setting),
+                  3.5);
+        // "--zoom X            planet size [0.2 to 4, 1]"
+        const QString range =
+            QStringLiteral("[%1 to %2, %3]").arg(info.lower).arg(info.upper).arg(info.defaultValue);
+        const qsizetype line = help.indexOf(flag + QLatin1Char(' '));
+        ASSERT_GE(line, 0);
+        EXPECT_TRUE(help.mid(line, help.indexOf(QLatin1Char('\n'), line) - line).contains(range))
+            << range.toStdString();
+    }
+}
+
+TEST(CommandLineLook, OptionsMakeTheLookTheWindowWould) {
+    test::SampleResources resources;
+    const LayerLibrary library(resources.path());
+    cli::RenderOptions options;
+    options.preset = Preset::spiral;
+    options.settings[Setting::vignette] = 0.4;
+    const Look graded = cli::lookFromOptions(options, library).value();
+    Look expected = Look().withPreset(Preset::spiral);
+    expected.setValue(Setting::vignette, 0.4);
+    EXPECT_EQ(graded, expected);
+    EXPECT_EQ(graded.selectedPreset, Preset::spiral); // a colour keeps the preset
+
+    options.settings[Setting::twist] = 1.0; // a projection setting departs from it
+    cli::LayerPlacement glow;
+    glow.assetID = QStringLiteral("Glows/orb.png");
+    glow.at = {2.0, 0.25};
+    glow.rotation = 30;
+    options.layers.append(glow);
+    const Look placed = cli::lookFromOptions(options, library).value();
+    EXPECT_EQ(placed.selectedPreset, std::nullopt);
+    EXPECT_EQ(placed.value(Setting::twist), 1.0);
+    EXPECT_EQ(placed.value(Setting::zoom), 0.8);
+    ASSERT_EQ(placed.layers.size(), 1);
+    EXPECT_EQ(placed.layers[0].center, (NormalizedPoint{1.0, 0.25})); // clamped, as a drop is
+    EXPECT_EQ(placed.layers[0].blendMode, LayerBlendMode::screen);    // a glow starts in screen
+    EXPECT_EQ(placed.layers[0].rotation, 30.0);
+
+    cli::LayerPlacement missing;
+    missing.assetID = QStringLiteral("Glows/none.png");
+    options.layers.append(missing);
+    const Result<Look> unknown = cli::lookFromOptions(options, library);
+    EXPECT_FALSE(unknown.ok());
+    EXPECT_TRUE(unknown.message().contains(QStringLiteral("Glows/none.png")));
 }
 
 TEST(CommandLineParsing, LayerOptions) {
@@ -219,6 +292,16 @@ TEST_F(CommandLineRun, FailuresNameTheFileExitOneAndWriteNothing) {
     const Outcome unwritable = runProgram(render({picture, QStringLiteral("-o"), nowhere}));
     EXPECT_EQ(unwritable.status, 1);
     EXPECT_TRUE(unwritable.err.contains(nowhere)) << unwritable.err;
+
+    // Without its kernel the program stops with the fixed message.
+    test::TempTree noKernel;
+    noKernel.addPng(QStringLiteral("Layers/Glows/orb.png"));
+    const Outcome stopped = runProgram({QStringLiteral("render"), QStringLiteral("--resources"),
+                                        noKernel.path(), picture, QStringLiteral("-o"), out});
+    EXPECT_EQ(stopped.status, 1);
+    EXPECT_TRUE(stopped.err.contains(QStringLiteral(
+        "Couldn't load the tinyPlanet kernel. Check the Metal build flags (see setup notes).")))
+        << stopped.err;
 
     QFile kept(out);
     ASSERT_TRUE(kept.open(QIODevice::ReadOnly));

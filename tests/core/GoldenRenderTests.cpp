@@ -3,8 +3,8 @@
 //
 // VELMORA_UPDATE_GOLDENS=1 rewrites the pictures in tests/golden/ instead of comparing.
 
+#include "model/DocumentFiles.h"
 #include "model/PlanetModel.h"
-#include "render/RenderContext.h"
 #include "support/TestSupport.h"
 
 #include <QDir>
@@ -41,12 +41,12 @@ const std::vector<GoldenCase>& goldenCases() {
         {"double", [](PlanetModel& m) { m.applyPreset(Preset::double_); }},
         {"graded",
          [](PlanetModel& m) {
-             m.setGamma(1.3);
-             m.setContrast(1.25);
-             m.setSaturation(0.6);
-             m.setVignette(0.55);
-             m.setConvexity(0.3);
-             m.setRotationDegrees(25);
+             m.setSetting(Setting::gamma, 1.3);
+             m.setSetting(Setting::contrast, 1.25);
+             m.setSetting(Setting::saturation, 0.6);
+             m.setSetting(Setting::vignette, 0.55);
+             m.setSetting(Setting::convexity, 0.3);
+             m.setSetting(Setting::rotationDegrees, 25);
          }},
         {"layers",
          [](PlanetModel& m) {
@@ -74,12 +74,13 @@ QString goldenPath(const char* name) {
 
 QImage renderCase(const GoldenCase& c) {
     const QString root = test::buildResources();
-    PlanetModel model(root);
+    PlanetModel model(test::renderer(root), root);
     model.setPreviewRendering(false);
-    EXPECT_TRUE(model.loadImageFile(root + QStringLiteral("/samples/panorama.jpg")).isEmpty());
+    EXPECT_TRUE(loadImageFile(model, root + QStringLiteral("/samples/panorama.jpg")));
     c.setUp(model);
-    return render::RenderContext().render(model.outputImage(side).value(), QRect(0, 0, side, side),
-                                          render::RenderContext::Layout::straightRgba8);
+    return model.renderer()
+        .render(model.look(), model.sourceImage(), model.library(), side)
+        .value();
 }
 
 } // namespace
@@ -95,8 +96,7 @@ TEST(GoldenRenderTest, LooksRenderAsRecorded) {
             ASSERT_TRUE(actual.save(goldenPath(c.name)));
             continue;
         }
-        const QImage expected =
-            QImage(goldenPath(c.name)).convertToFormat(QImage::Format_RGBA8888);
+        const QImage expected = QImage(goldenPath(c.name)).convertToFormat(QImage::Format_RGBA8888);
         ASSERT_EQ(expected.size(), actual.size()) << goldenPath(c.name).toStdString();
         int worst = 0;
         for (int y = 0; y < side; ++y) {

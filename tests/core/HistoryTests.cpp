@@ -21,7 +21,7 @@ protected:
     }
 
     test::SampleResources resources;
-    PlanetModel model{resources.path()};
+    PlanetModel model{test::renderer(resources.path()), resources.path()};
 };
 
 } // namespace
@@ -38,20 +38,20 @@ TEST_F(HistoryTest, FreshDocumentHasNothingToUndoOrRedo) {
 TEST_F(HistoryTest, OneDragIsOneStepAndEachRestoreRendersOnce) {
     model.recordHistory(); // drag start
     for (double z = 1.05; z <= 1.5; z += 0.05)
-        model.setZoom(z);
-    model.setZoom(1.5);
+        model.setSetting(Setting::zoom, z);
+    model.setSetting(Setting::zoom, 1.5);
     ASSERT_EQ(model.undoDepth(), 1);
 
     int renders = model.previewRefreshCount();
     model.undo();
-    EXPECT_EQ(model.zoom(), 1.0);
+    EXPECT_EQ(model.setting(Setting::zoom), 1.0);
     EXPECT_EQ(model.previewRefreshCount(), renders + 1);
     EXPECT_FALSE(model.canUndo());
     EXPECT_TRUE(model.canRedo());
 
     renders = model.previewRefreshCount();
     model.redo();
-    EXPECT_EQ(model.zoom(), 1.5);
+    EXPECT_EQ(model.setting(Setting::zoom), 1.5);
     EXPECT_EQ(model.previewRefreshCount(), renders + 1);
     EXPECT_TRUE(model.canUndo());
     EXPECT_FALSE(model.canRedo());
@@ -60,16 +60,16 @@ TEST_F(HistoryTest, OneDragIsOneStepAndEachRestoreRendersOnce) {
 TEST_F(HistoryTest, UndoingAManualChangeBringsBackThePresetHighlight) {
     model.applyPreset(Preset::spiral);
     model.recordHistory();
-    model.setTwist(3.0);
+    model.setSetting(Setting::twist, 3.0);
     EXPECT_EQ(model.selectedPreset(), std::nullopt);
     model.undo();
     EXPECT_EQ(model.selectedPreset(), Preset::spiral);
-    EXPECT_EQ(model.twist(), 2.0);
+    EXPECT_EQ(model.setting(Setting::twist), 2.0);
 }
 
 TEST_F(HistoryTest, NewRecordAfterUndoEmptiesRedo) {
     model.recordHistory();
-    model.setZoom(2.0);
+    model.setSetting(Setting::zoom, 2.0);
     model.undo();
     ASSERT_TRUE(model.canRedo());
     model.recordHistory();
@@ -80,11 +80,11 @@ TEST_F(HistoryTest, NewRecordAfterUndoEmptiesRedo) {
 TEST_F(HistoryTest, RecordEqualToNewestEntryIsSkippedAndKeepsRedo) {
     // Colour settings keep the preset, so gamma alone tells the states apart.
     model.recordHistory(); // gamma 1
-    model.setGamma(2.0);
+    model.setSetting(Setting::gamma, 2.0);
     model.recordHistory(); // gamma 2
-    model.setGamma(3.0);
+    model.setSetting(Setting::gamma, 3.0);
     model.undo(); // back at gamma 2; undo holds [gamma 1], redo holds [gamma 3]
-    model.setGamma(1.0);
+    model.setSetting(Setting::gamma, 1.0);
 
     model.recordHistory();
 
@@ -96,13 +96,13 @@ TEST_F(HistoryTest, RecordEqualToNewestEntryIsSkippedAndKeepsRedo) {
 TEST_F(HistoryTest, HistoryIsCappedAtOneHundredDroppingTheOldest) {
     for (int i = 1; i <= 101; ++i) {
         model.recordHistory();
-        model.setZoom(1.0 + i * 0.01);
+        model.setSetting(Setting::zoom, 1.0 + i * 0.01);
     }
     EXPECT_EQ(model.undoDepth(), 100);
     while (model.canUndo())
         model.undo();
     // The very first state (zoom 1.0) fell off; the oldest reachable is after step 1.
-    EXPECT_DOUBLE_EQ(model.zoom(), 1.01);
+    EXPECT_DOUBLE_EQ(model.setting(Setting::zoom), 1.01);
     EXPECT_EQ(model.redoDepth(), 100);
 }
 
@@ -136,18 +136,22 @@ TEST_F(HistoryTest, DeletedLayerComesBackUnselected) {
 }
 
 TEST_F(HistoryTest, StateEqualityIsExactAndFieldByField) {
-    const PlanetModel::PlanetState a = model.snapshot();
-    PlanetModel::PlanetState b = a;
+    const Look a = model.snapshot();
+    Look b = a;
     EXPECT_EQ(a, b);
-    b.zoom = std::nextafter(a.zoom, 2.0);
-    EXPECT_NE(a, b);
+    // Every setting of the table takes part, compared exactly.
+    for (const SettingInfo& info : settingsTable()) {
+        b = a;
+        b.setValue(info.setting, std::nextafter(a.value(info.setting), 1e9));
+        EXPECT_NE(a, b) << info.name;
+    }
     b = a;
     b.selectedPreset = std::nullopt;
     EXPECT_NE(a, b);
 
     model.addLayer(QStringLiteral("Glows/orb.png"), {0.5, 0.5});
-    const PlanetModel::PlanetState withLayer = model.snapshot();
-    PlanetModel::PlanetState moved = withLayer;
+    const Look withLayer = model.snapshot();
+    Look moved = withLayer;
     moved.layers[0].center.x += 1e-12;
     EXPECT_NE(withLayer, moved);
 }
@@ -161,13 +165,13 @@ TEST_F(HistoryTest, RandomSessionsKeepTheInvariants) {
         case 0:
         case 1:
             model.recordHistory();
-            model.setZoom(0.2 + rng.bounded(38) * 0.1);
+            model.setSetting(Setting::zoom, 0.2 + rng.bounded(38) * 0.1);
             break;
         case 2:
-            model.applyPreset(PlanetModel::allPresets[rng.bounded(5)]);
+            model.applyPreset(allPresets[rng.bounded(5)]);
             break;
         case 3: {
-            const PlanetModel::PlanetState before = model.snapshot();
+            const Look before = model.snapshot();
             if (model.canUndo()) {
                 model.undo();
                 model.redo();

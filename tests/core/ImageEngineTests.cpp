@@ -92,24 +92,24 @@ TEST(ImageEngine, BlendModesWithOpaqueAndPartialAlpha) {
     const float a = code(128);
     const float b = 0.2f, f = 0.6f;
 
-    expectRgba(pixelAt(fg.screenBlended(bg), 0, 0),
+    expectRgba(pixelAt(fg.blended(render::BlendOp::screen, bg), 0, 0),
                {f + b - f * b, f + b - f * b, f + b - f * b, 1});
-    expectRgba(pixelAt(fg.multiplyBlended(bg), 0, 0), {f * b, f * b, f * b, 1});
+    expectRgba(pixelAt(fg.blended(render::BlendOp::multiply, bg), 0, 0), {f * b, f * b, f * b, 1});
     expectRgba(pixelAt(fg.multiplyComposited(bg), 0, 0), {f * b, f * b, f * b, 1});
     expectRgba(pixelAt(fg.composited(bg), 0, 0), {f, f, f, 1});
 
     // Premultiplied white at half alpha.
     expectRgba(pixelAt(halfWhite.composited(bg), 0, 0),
                {a + b * (1 - a), a + b * (1 - a), a + b * (1 - a), 1});
-    expectRgba(pixelAt(halfWhite.screenBlended(bg), 0, 0),
+    expectRgba(pixelAt(halfWhite.blended(render::BlendOp::screen, bg), 0, 0),
                {a + b - a * b, a + b - a * b, a + b - a * b, 1});
-    expectRgba(pixelAt(halfWhite.multiplyBlended(bg), 0, 0),
+    expectRgba(pixelAt(halfWhite.blended(render::BlendOp::multiply, bg), 0, 0),
                {a * b + b * (1 - a), a * b + b * (1 - a), a * b + b * (1 - a), 1});
 
     // Where the layer has no content the background is untouched, in every mode.
     const Image small = fg.translated(10, 10);
-    for (const Image& blended :
-         {small.composited(bg), small.screenBlended(bg), small.multiplyBlended(bg)})
+    for (const Image& blended : {small.composited(bg), small.blended(render::BlendOp::screen, bg),
+                                 small.blended(render::BlendOp::multiply, bg)})
         expectRgba(pixelAt(blended, 1, 1), {b, b, b, 1});
 }
 
@@ -231,11 +231,12 @@ TEST(ImageEngine, SixteenBitSourcesKeepTheirPrecision) {
 // Tiles must agree at their seams: any sub-rectangle renders exactly as the same
 // pixels of a larger render.
 TEST(ImageEngine, TilesAgreeWithAnyOtherCut) {
-    const Image recipe = Image::fromQImage(test::testPanorama(300, 150))
-                             .transformed(QTransform().rotate(17).scale(0.7, 0.7))
-                             .gammaAdjusted(1.3)
-                             .screenBlended(Image::radialGradient({90, 60}, 5, 70, {0.2, 0.1, 0, 1},
-                                                                  {0, 0, 0.3, 1}));
+    const Image recipe =
+        Image::fromQImage(test::testPanorama(300, 150))
+            .transformed(QTransform().rotate(17).scale(0.7, 0.7))
+            .gammaAdjusted(1.3)
+            .blended(render::BlendOp::screen,
+                     Image::radialGradient({90, 60}, 5, 70, {0.2, 0.1, 0, 1}, {0, 0, 0.3, 1}));
     RenderContext context;
     const QRect whole(-20, -10, 260, 190);
     const std::vector<float> all = context.renderFloats(recipe, whole);

@@ -1,3 +1,4 @@
+#include "model/DocumentFiles.h"
 #include "model/ImageDecoding.h"
 #include "model/PlanetModel.h"
 #include "render/PngWriter.h"
@@ -27,7 +28,7 @@ protected:
     IntakeTest() {
         resources.addPng(QStringLiteral("Layers/Stickers/block.png"), {400, 200},
                          QColor(255, 0, 0));
-        model = std::make_unique<PlanetModel>(resources.path());
+        model = std::make_unique<PlanetModel>(test::renderer(resources.path()), resources.path());
         picture = files.file(QStringLiteral("beach.jpg"));
         test::testPanorama(800, 400).save(picture, "JPG");
     }
@@ -49,16 +50,16 @@ protected:
 } // namespace
 
 TEST_F(IntakeTest, LoadingAFileNamesTheDocumentAfterItAndStartsAfresh) {
-    EXPECT_EQ(model->defaultExportFileName(), QStringLiteral("Planet-velmora.png"));
-    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    EXPECT_EQ(defaultExportFileName(*model), QStringLiteral("Planet-velmora.png"));
+    ASSERT_TRUE(loadImageFile(*model, picture).ok());
     EXPECT_EQ(model->sourceName(), QStringLiteral("beach"));
-    EXPECT_EQ(model->defaultExportFileName(), QStringLiteral("beach-velmora.png"));
+    EXPECT_EQ(defaultExportFileName(*model), QStringLiteral("beach-velmora.png"));
 
     model->recordHistory();
-    model->setTwist(1.5);
+    model->setSetting(Setting::twist, 1.5);
     model->addLayer(QStringLiteral("Glows/orb.png"), {0.4, 0.4});
-    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
-    EXPECT_EQ(model->twist(), 1.5);
+    ASSERT_TRUE(loadImageFile(*model, picture).ok());
+    EXPECT_EQ(model->setting(Setting::twist), 1.5);
     EXPECT_TRUE(model->layers().isEmpty());
     EXPECT_TRUE(model->selectedLayerID().isNull());
     EXPECT_FALSE(model->canUndo());
@@ -66,7 +67,7 @@ TEST_F(IntakeTest, LoadingAFileNamesTheDocumentAfterItAndStartsAfresh) {
 }
 
 TEST_F(IntakeTest, AFileThatDoesNotDecodeChangesNothing) {
-    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    ASSERT_TRUE(loadImageFile(*model, picture).ok());
     model->addLayer(QStringLiteral("Glows/orb.png"), {0.4, 0.4});
     const auto state = model->snapshot();
     const QImage preview = model->previewImage();
@@ -81,9 +82,10 @@ TEST_F(IntakeTest, AFileThatDoesNotDecodeChangesNothing) {
         files.addDir(QStringLiteral("folder.png")),
     };
     for (const QString& path : bad) {
-        const QString error = model->loadImageFile(path);
-        EXPECT_FALSE(error.isEmpty()) << path;
-        EXPECT_TRUE(error.contains(path)) << error; // every message names its file
+        const Status loaded = loadImageFile(*model, path);
+        EXPECT_FALSE(loaded.ok()) << path;
+        // every message names its file
+        EXPECT_TRUE(loaded.message().contains(path)) << loaded.message();
     }
     EXPECT_EQ(model->snapshot(), state);
     EXPECT_EQ(model->sourceName(), QStringLiteral("beach"));
@@ -98,10 +100,10 @@ TEST_F(IntakeTest, SixteenBitFilesStaySixteenBit) {
     for (const char* format : {"png", "tiff"}) {
         const QString path = files.file(QStringLiteral("deep.") + QString::fromLatin1(format));
         ASSERT_TRUE(deep.save(path, format));
-        const DecodedImage decoded = decodeImageFile(path);
-        ASSERT_TRUE(decoded.ok()) << decoded.error;
-        ASSERT_NE(decoded.image.sourcePixels(), nullptr);
-        EXPECT_TRUE(decoded.image.sourcePixels()->isSixteenBit()) << format;
+        const Result<render::Image> decoded = decodeImageFile(path);
+        ASSERT_TRUE(decoded.ok()) << decoded.message();
+        ASSERT_NE(decoded->sourcePixels(), nullptr);
+        EXPECT_TRUE(decoded->sourcePixels()->isSixteenBit()) << format;
     }
     const QStringList suffixes = readableImageSuffixes();
     for (const char* s : {"jpg", "jpeg", "png", "tif", "tiff", "webp", "bmp"})
@@ -123,37 +125,37 @@ TEST_F(IntakeTest, PastePrefersPngThenTiffThenAnImageObject) {
     both->setData(QStringLiteral("image/png"), pngOf(wide));
     both->setData(QStringLiteral("image/tiff"), tiff);
     clipboard->setMimeData(both);
-    ASSERT_TRUE(model->pasteFromClipboard());
+    ASSERT_TRUE(pasteFromClipboard(*model));
     EXPECT_EQ(model->sourceImage().extent().size(), QSizeF(300, 100));
     EXPECT_EQ(model->sourceName(), QStringLiteral("Pasted"));
-    EXPECT_EQ(model->defaultExportFileName(), QStringLiteral("Pasted-velmora.png"));
+    EXPECT_EQ(defaultExportFileName(*model), QStringLiteral("Pasted-velmora.png"));
 
     auto* tiffOnly = new QMimeData;
     tiffOnly->setData(QStringLiteral("image/tiff"), tiff);
     clipboard->setMimeData(tiffOnly);
-    ASSERT_TRUE(model->pasteFromClipboard());
+    ASSERT_TRUE(pasteFromClipboard(*model));
     EXPECT_EQ(model->sourceImage().extent().size(), QSizeF(120, 120));
 
     auto* brokenPngAndObject = new QMimeData;
     brokenPngAndObject->setData(QStringLiteral("image/png"), "not png at all");
     brokenPngAndObject->setImageData(test::testPanorama(64, 32));
     clipboard->setMimeData(brokenPngAndObject);
-    ASSERT_TRUE(model->pasteFromClipboard());
+    ASSERT_TRUE(pasteFromClipboard(*model));
     EXPECT_EQ(model->sourceImage().extent().size(), QSizeF(64, 32));
 
     auto* text = new QMimeData;
     text->setText(QStringLiteral("no picture here"));
     clipboard->setMimeData(text);
-    EXPECT_FALSE(model->pasteFromClipboard());
+    EXPECT_FALSE(pasteFromClipboard(*model).ok());
     EXPECT_EQ(model->sourceImage().extent().size(), QSizeF(64, 32));
 }
 
 TEST_F(IntakeTest, ExportWritesAnSrgbRgbaPngWithItsLayers) {
-    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    ASSERT_TRUE(loadImageFile(*model, picture).ok());
     model->addLayer(QStringLiteral("Stickers/block.png"), {0.5, 0.5});
     model->setOutputSize(4096);
     const QString out = files.file(QStringLiteral("planet.png"));
-    ASSERT_EQ(model->exportPNG(out), QString());
+    ASSERT_TRUE(exportPNG(*model, out).ok());
 
     QFile file(out);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
@@ -176,11 +178,17 @@ TEST_F(IntakeTest, ExportWritesAnSrgbRgbaPngWithItsLayers) {
 
 TEST_F(IntakeTest, AFailedExportLeavesAnExistingFileIntact) {
     const QString out = files.addFile(QStringLiteral("keep.png"), "previous export");
-    EXPECT_FALSE(model->exportPNG(out).isEmpty()); // nothing loaded yet
-    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    EXPECT_FALSE(exportPNG(*model, out).ok()); // nothing loaded yet
+    ASSERT_TRUE(loadImageFile(*model, picture).ok());
     model->setOutputSize(200000); // far beyond memory: the render itself fails
-    EXPECT_FALSE(model->exportPNG(out).isEmpty());
-    EXPECT_FALSE(model->exportPNG(files.file(QStringLiteral("no/such/folder/x.png"))).isEmpty());
+    const Status tooLarge = exportPNG(*model, out);
+    EXPECT_FALSE(tooLarge.ok());
+    EXPECT_TRUE(tooLarge.message().startsWith(out)) << tooLarge.message();
+    model->setOutputSize(256);
+    const QString nowhere = files.file(QStringLiteral("no/such/folder/x.png"));
+    const Status missingFolder = exportPNG(*model, nowhere);
+    EXPECT_FALSE(missingFolder.ok());
+    EXPECT_TRUE(missingFolder.message().startsWith(nowhere)) << missingFolder.message();
     QFile file(out);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), QByteArray("previous export"));
@@ -188,9 +196,9 @@ TEST_F(IntakeTest, AFailedExportLeavesAnExistingFileIntact) {
 }
 
 TEST_F(IntakeTest, CopyPutsPngAndTiffOnTheClipboard) {
-    ASSERT_TRUE(model->loadImageFile(picture).isEmpty());
+    ASSERT_TRUE(loadImageFile(*model, picture).ok());
     model->setOutputSize(256);
-    model->copyToClipboard();
+    ASSERT_TRUE(copyToClipboard(*model).ok());
     const QMimeData* mime = QGuiApplication::clipboard()->mimeData();
     ASSERT_NE(mime, nullptr);
     const QImage png = QImage::fromData(mime->data(QStringLiteral("image/png")), "PNG");
@@ -245,7 +253,7 @@ TEST(PngWriter, ReportsADeviceThatRefusesData) {
         qint64 m_written = 0;
     } device;
     device.open(QIODevice::WriteOnly);
-    QString error;
-    EXPECT_FALSE(render::writePng(test::testPanorama(200, 100), device, {}, &error));
-    EXPECT_FALSE(error.isEmpty());
+    const Status written = render::writePng(test::testPanorama(200, 100), device);
+    EXPECT_FALSE(written.ok());
+    EXPECT_FALSE(written.message().isEmpty());
 }

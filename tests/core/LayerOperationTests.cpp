@@ -1,4 +1,4 @@
-#include "model/Angles.h"
+#include "layers/Angles.h"
 #include "model/PlanetModel.h"
 #include "support/TestSupport.h"
 
@@ -20,7 +20,7 @@ protected:
     }
 
     test::SampleResources resources;
-    PlanetModel model{resources.path()};
+    PlanetModel model{test::renderer(resources.path()), resources.path()};
 };
 
 } // namespace
@@ -162,10 +162,10 @@ TEST_F(LayerOpsTest, OrientPointsTheTopAwayFromThePlanetCentre) {
     EXPECT_DOUBLE_EQ(orientAt(0.2, 0.5), -90);
     EXPECT_DOUBLE_EQ(orientAt(0.5, 0.5), 0);
 
-    model.setHorizon(0.4); // planet centre moves up to (0.5, 0.3)
+    model.setSetting(Setting::horizon, 0.4); // planet centre moves up to (0.5, 0.3)
     EXPECT_DOUBLE_EQ(orientAt(0.5, 0.3), 0);
     EXPECT_DOUBLE_EQ(orientAt(0.5, 0.6), 180);
-    model.setShiftX(-0.4); // and left to (0.3, 0.3)
+    model.setSetting(Setting::shiftX, -0.4); // and left to (0.3, 0.3)
     EXPECT_DOUBLE_EQ(orientAt(0.6, 0.3), 90);
 }
 

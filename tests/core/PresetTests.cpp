@@ -40,23 +40,23 @@ ProjectionValues expectedFor(Preset preset) {
 }
 
 void expectProjection(const PlanetModel& m, const ProjectionValues& v) {
-    EXPECT_EQ(m.zoom(), v.zoom);
-    EXPECT_EQ(m.rotationDegrees(), v.rotation);
-    EXPECT_EQ(m.convexity(), v.convexity);
-    EXPECT_EQ(m.horizon(), v.horizon);
-    EXPECT_EQ(m.twist(), v.twist);
-    EXPECT_EQ(m.shiftX(), v.shiftX);
-    EXPECT_EQ(m.flipX(), v.flipX);
-    EXPECT_EQ(m.flipY(), v.flipY);
-    EXPECT_EQ(m.invert(), v.invert);
-    EXPECT_EQ(m.blendWidth(), v.blendWidth);
-    EXPECT_EQ(m.repeats(), v.repeats);
+    EXPECT_EQ(m.setting(Setting::zoom), v.zoom);
+    EXPECT_EQ(m.setting(Setting::rotationDegrees), v.rotation);
+    EXPECT_EQ(m.setting(Setting::convexity), v.convexity);
+    EXPECT_EQ(m.setting(Setting::horizon), v.horizon);
+    EXPECT_EQ(m.setting(Setting::twist), v.twist);
+    EXPECT_EQ(m.setting(Setting::shiftX), v.shiftX);
+    EXPECT_EQ(m.setting(Setting::flipX), v.flipX);
+    EXPECT_EQ(m.setting(Setting::flipY), v.flipY);
+    EXPECT_EQ(m.setting(Setting::invert), v.invert);
+    EXPECT_EQ(m.setting(Setting::blendWidth), v.blendWidth);
+    EXPECT_EQ(m.setting(Setting::repeats), v.repeats);
 }
 
 class PresetTest : public ::testing::Test {
 protected:
     test::SampleResources resources;
-    PlanetModel model{resources.path()};
+    PlanetModel model{test::renderer(resources.path()), resources.path()};
 };
 
 } // namespace
@@ -64,10 +64,10 @@ protected:
 TEST_F(PresetTest, NewModelStartsClassicWithDefaultsAndNoPicture) {
     EXPECT_EQ(model.selectedPreset(), Preset::classic);
     expectProjection(model, expectedFor(Preset::classic));
-    EXPECT_EQ(model.gamma(), 1.0);
-    EXPECT_EQ(model.contrast(), 1.0);
-    EXPECT_EQ(model.saturation(), 1.0);
-    EXPECT_EQ(model.vignette(), 0.0);
+    EXPECT_EQ(model.setting(Setting::gamma), 1.0);
+    EXPECT_EQ(model.setting(Setting::contrast), 1.0);
+    EXPECT_EQ(model.setting(Setting::saturation), 1.0);
+    EXPECT_EQ(model.setting(Setting::vignette), 0.0);
     EXPECT_EQ(model.outputSize(), 2048);
     EXPECT_TRUE(model.layers().isEmpty());
     EXPECT_TRUE(model.selectedLayerID().isNull());
@@ -81,14 +81,13 @@ TEST_F(PresetTest, NewModelStartsClassicWithDefaultsAndNoPicture) {
 
 // Every preset starts from the projection defaults, so the path to it never matters.
 TEST_F(PresetTest, EveryPresetReachedFromEveryOtherGivesItsOwnValues) {
-    for (Preset from : PlanetModel::allPresets) {
-        for (Preset to : PlanetModel::allPresets) {
-            model.setConvexity(0.3);
-            model.setShiftX(-0.4);
+    for (Preset from : allPresets) {
+        for (Preset to : allPresets) {
+            model.setSetting(Setting::convexity, 0.3);
+            model.setSetting(Setting::shiftX, -0.4);
             model.applyPreset(from);
             model.applyPreset(to);
-            SCOPED_TRACE(PlanetModel::title(from) + QStringLiteral(" -> ") +
-                         PlanetModel::title(to));
+            SCOPED_TRACE(presetTitle(from) + QStringLiteral(" -> ") + presetTitle(to));
             expectProjection(model, expectedFor(to));
             EXPECT_EQ(model.selectedPreset(), to);
         }
@@ -96,8 +95,8 @@ TEST_F(PresetTest, EveryPresetReachedFromEveryOtherGivesItsOwnValues) {
 }
 
 TEST_F(PresetTest, PresetLeavesColoursLayersAndOutputAlone) {
-    model.setGamma(1.4);
-    model.setVignette(0.5);
+    model.setSetting(Setting::gamma, 1.4);
+    model.setSetting(Setting::vignette, 0.5);
     model.setOutputSize(8192);
     model.addLayer(QStringLiteral("Glows/orb.png"), {0.3, 0.3});
     const QList<PlacedLayer> layers = model.layers();
@@ -105,8 +104,8 @@ TEST_F(PresetTest, PresetLeavesColoursLayersAndOutputAlone) {
 
     model.applyPreset(Preset::spiral);
 
-    EXPECT_EQ(model.gamma(), 1.4);
-    EXPECT_EQ(model.vignette(), 0.5);
+    EXPECT_EQ(model.setting(Setting::gamma), 1.4);
+    EXPECT_EQ(model.setting(Setting::vignette), 0.5);
     EXPECT_EQ(model.outputSize(), 8192);
     EXPECT_EQ(model.layers(), layers);
     EXPECT_EQ(model.selectedLayerID(), selected);
@@ -122,20 +121,21 @@ TEST_F(PresetTest, PresetIsOneBatchWithOneRender) {
 
 TEST_F(PresetTest, ProjectionSettingClearsPresetEvenWhenUnchanged) {
     model.applyPreset(Preset::spiral);
-    QSignalSpy zoomSpy(&model, &PlanetModel::zoomChanged);
+    QSignalSpy changes(&model, &PlanetModel::settingChanged);
     const int before = model.previewRefreshCount();
 
-    model.setZoom(model.zoom());
+    model.setSetting(Setting::zoom, model.setting(Setting::zoom));
 
     EXPECT_EQ(model.selectedPreset(), std::nullopt);
     EXPECT_EQ(model.previewRefreshCount(), before + 1);
-    EXPECT_EQ(zoomSpy.count(), 1);
+    ASSERT_EQ(changes.count(), 1);
+    EXPECT_EQ(changes[0][0].value<Setting>(), Setting::zoom);
 }
 
 TEST_F(PresetTest, ColourSettingKeepsPresetAndRenders) {
     model.applyPreset(Preset::spiral);
     const int before = model.previewRefreshCount();
-    model.setContrast(1.2);
+    model.setSetting(Setting::contrast, 1.2);
     EXPECT_EQ(model.selectedPreset(), Preset::spiral);
     EXPECT_EQ(model.previewRefreshCount(), before + 1);
 }
@@ -150,7 +150,7 @@ TEST_F(PresetTest, LayersSelectionAndOutputSizeNeverRender) {
 }
 
 TEST_F(PresetTest, SamePresetTwiceRecordsTwoEntriesAndThirdNothing) {
-    model.setZoom(2.0);
+    model.setSetting(Setting::zoom, 2.0);
     model.applyPreset(Preset::classic);
     EXPECT_EQ(model.undoDepth(), 1);
     model.applyPreset(Preset::classic);
@@ -159,10 +159,10 @@ TEST_F(PresetTest, SamePresetTwiceRecordsTwoEntriesAndThirdNothing) {
     EXPECT_EQ(model.undoDepth(), 2);
 
     model.undo();
-    EXPECT_EQ(model.zoom(), 1.0);
+    EXPECT_EQ(model.setting(Setting::zoom), 1.0);
     EXPECT_EQ(model.selectedPreset(), Preset::classic);
     model.undo();
-    EXPECT_EQ(model.zoom(), 2.0);
+    EXPECT_EQ(model.setting(Setting::zoom), 2.0);
     EXPECT_EQ(model.selectedPreset(), std::nullopt);
 }
 
@@ -171,9 +171,9 @@ TEST_F(PresetTest, ResetKeepsLayersAndSelectionAndUndoesInOneStep) {
     model.addLayer(QStringLiteral("Stickers/moon.png"), {0.7, 0.7});
     const QUuid selected = model.selectedLayerID();
     model.applyPreset(Preset::double_);
-    model.setGamma(0.7);
-    model.setVignette(0.8);
-    const PlanetModel::PlanetState before = model.snapshot();
+    model.setSetting(Setting::gamma, 0.7);
+    model.setSetting(Setting::vignette, 0.8);
+    const Look before = model.snapshot();
     const int renders = model.previewRefreshCount();
 
     model.resetAll();
@@ -182,8 +182,8 @@ TEST_F(PresetTest, ResetKeepsLayersAndSelectionAndUndoesInOneStep) {
     EXPECT_EQ(model.selectedLayerID(), selected);
     EXPECT_EQ(model.selectedPreset(), Preset::classic);
     expectProjection(model, expectedFor(Preset::classic));
-    EXPECT_EQ(model.gamma(), 1.0);
-    EXPECT_EQ(model.vignette(), 0.0);
+    EXPECT_EQ(model.setting(Setting::gamma), 1.0);
+    EXPECT_EQ(model.setting(Setting::vignette), 0.0);
     EXPECT_EQ(model.previewRefreshCount(), renders + 2);
 
     model.undo();
@@ -191,12 +191,12 @@ TEST_F(PresetTest, ResetKeepsLayersAndSelectionAndUndoesInOneStep) {
 }
 
 TEST(PresetNames, TitlesSymbolsAndParsing) {
-    EXPECT_EQ(PlanetModel::title(Preset::classic), QStringLiteral("Classic Planet"));
-    EXPECT_EQ(PlanetModel::title(Preset::double_), QStringLiteral("Double Vision"));
-    EXPECT_EQ(PlanetModel::symbol(Preset::spiral), QStringLiteral("hurricane"));
-    for (Preset preset : PlanetModel::allPresets)
-        EXPECT_EQ(PlanetModel::presetFromTitle(PlanetModel::title(preset)), preset);
-    EXPECT_EQ(PlanetModel::presetFromTitle(u"classic planet"), std::nullopt);
-    EXPECT_EQ(PlanetModel::presetFromTitle(u"Sky World "), std::nullopt);
-    EXPECT_EQ(PlanetModel::presetFromTitle(u"sky"), std::nullopt);
+    EXPECT_EQ(presetTitle(Preset::classic), QStringLiteral("Classic Planet"));
+    EXPECT_EQ(presetTitle(Preset::double_), QStringLiteral("Double Vision"));
+    EXPECT_EQ(presetSymbol(Preset::spiral), QStringLiteral("hurricane"));
+    for (Preset preset : allPresets)
+        EXPECT_EQ(presetFromTitle(presetTitle(preset)), preset);
+    EXPECT_EQ(presetFromTitle(u"classic planet"), std::nullopt);
+    EXPECT_EQ(presetFromTitle(u"Sky World "), std::nullopt);
+    EXPECT_EQ(presetFromTitle(u"sky"), std::nullopt);
 }

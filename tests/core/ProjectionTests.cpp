@@ -1,12 +1,15 @@
 #include "filter/TinyPlanetFilter.h"
 #include "model/PlanetModel.h"
 #include "render/RenderContext.h"
+#include "render/SourcePixels.h"
 #include "support/TestSupport.h"
 
+#include <QLibrary>
 #include <QRandomGenerator>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -19,10 +22,15 @@ namespace {
 
 constexpr int side = 257; // odd, so one pixel sits exactly on the square's centre
 
+/// The projection of a default look.
+ProjectionParameters defaults() {
+    return projectionParameters(Look(), 0.0);
+}
+
 class ProjectionTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        filter = new TinyPlanetFilter(test::buildResources());
+        filter = new TinyPlanetFilter(TinyPlanetFilter::load(test::buildResources()).value());
         panorama = new Image(Image::fromQImage(test::testPanorama(2000, 1000)));
     }
     static void TearDownTestSuite() {
@@ -98,7 +106,7 @@ TEST_F(ProjectionTest, OutputSquareFollowsTheRequestedOrLargerSide) {
     const Image wide = Image::fromQImage(QImage(4000, 2000, QImage::Format_RGB32));
     const Image tall = Image::fromQImage(QImage(1000, 3000, QImage::Format_RGB32));
     const auto extentFor = [&](const Image& source, double outputSide) {
-        ProjectionParameters p;
+        ProjectionParameters p = defaults();
         p.outputSide = outputSide;
         return filter->apply(source, p).value().extent();
     };
@@ -110,12 +118,12 @@ TEST_F(ProjectionTest, OutputSquareFollowsTheRequestedOrLargerSide) {
 }
 
 TEST_F(ProjectionTest, SourcesAreMovedToTheOriginAndBadExtentsGiveNothing) {
-    const QImage atOrigin = planet({});
+    const QImage atOrigin = planet(defaults());
     const Image moved = panorama->translated(-50, 20);
-    ProjectionParameters p;
+    ProjectionParameters p = defaults();
     p.outputSide = side;
     EXPECT_EQ(filter->apply(moved, p)->extent(), QRectF(0, 0, side, side));
-    EXPECT_EQ(planet({}, moved), atOrigin);
+    EXPECT_EQ(planet(defaults(), moved), atOrigin);
 
     const Image gradient = Image::radialGradient({0, 0}, 1, 2, {1, 1, 1, 1}, {0, 0, 0, 1});
     EXPECT_FALSE(filter->apply(gradient, p).has_value());
@@ -124,12 +132,12 @@ TEST_F(ProjectionTest, SourcesAreMovedToTheOriginAndBadExtentsGiveNothing) {
 }
 
 TEST_F(ProjectionTest, DefaultsPutTheGroundInTheMiddleAndInvertTheSky) {
-    const QImage plain = planet({});
+    const QImage plain = planet(defaults());
     EXPECT_LT(test::channelDistance(plain.pixelColor(side / 2, side / 2), test::nadirColour), 8);
     // Sky all round: the corners look up, far above the horizon.
     EXPECT_LT(test::channelDistance(plain.pixelColor(2, 2), test::skyColour), 30);
 
-    ProjectionParameters inverted;
+    ProjectionParameters inverted = defaults();
     inverted.invert = true;
     const QImage sky = planet(inverted);
     EXPECT_LT(test::channelDistance(sky.pixelColor(side / 2, side / 2), test::zenithColour), 8);
@@ -137,7 +145,7 @@ TEST_F(ProjectionTest, DefaultsPutTheGroundInTheMiddleAndInvertTheSky) {
 
 TEST_F(ProjectionTest, PlanetCentreFollowsShiftXAndHorizon) {
     for (const auto& [shiftX, horizon] : {std::pair{0.4f, -0.3f}, {-0.6f, 0.5f}, {0.f, 0.f}}) {
-        ProjectionParameters p;
+        ProjectionParameters p = defaults();
         p.shiftX = shiftX;
         p.horizon = horizon;
         p.rotation = 0.7f; // turning must not move the centre
@@ -148,25 +156,25 @@ TEST_F(ProjectionTest, PlanetCentreFollowsShiftXAndHorizon) {
 }
 
 TEST_F(ProjectionTest, RotationByAHalfTurnTurnsThePicture) {
-    ProjectionParameters turned;
+    ProjectionParameters turned = defaults();
     turned.rotation = static_cast<float>(std::numbers::pi);
-    EXPECT_LE(halfTurnDistance(planet({}), planet(turned), 3.0), 3);
+    EXPECT_LE(halfTurnDistance(planet(defaults()), planet(turned), 3.0), 3);
 }
 
 TEST_F(ProjectionTest, TwoRepeatsOfAWrappingPanoramaAreSymmetricUnderAHalfTurn) {
-    ProjectionParameters twice;
+    ProjectionParameters twice = defaults();
     twice.repeats = 2.f;
     const QImage image = planet(twice);
     EXPECT_LE(halfTurnDistance(image, image, 3.0), 3);
     // and with one repeat it is not: the ground's hue goes round once
-    const QImage once = planet({});
+    const QImage once = planet(defaults());
     EXPECT_GT(halfTurnDistance(once, once, 3.0), 40);
 }
 
 TEST_F(ProjectionTest, ZoomScalesTheHorizonCircle) {
     // Walk up from the centre to where the ground gives way to the sky.
     const auto horizonRadius = [&](float zoom) {
-        ProjectionParameters p;
+        ProjectionParameters p = defaults();
         p.zoom = zoom;
         const QImage image = planet(p);
         for (int r = 0; r < side / 2; ++r)
@@ -183,7 +191,7 @@ TEST_F(ProjectionTest, ZoomScalesTheHorizonCircle) {
 
 TEST_F(ProjectionTest, TwistTurnsTheGroundWithTheRadius) {
     const auto hueAlongRay = [&](float twist, int radius) {
-        ProjectionParameters p;
+        ProjectionParameters p = defaults();
         p.twist = twist;
         return planet(p).pixelColor(side / 2, side / 2 - radius).hueF();
     };
@@ -192,7 +200,7 @@ TEST_F(ProjectionTest, TwistTurnsTheGroundWithTheRadius) {
 }
 
 TEST_F(ProjectionTest, FlipYTiltsTheViewSoTheHorizonRunsAcross) {
-    ProjectionParameters tilted;
+    ProjectionParameters tilted = defaults();
     tilted.flipY = -0.6f;
     const QImage image = planet(tilted);
     const auto isSky = [](QColor c) {
@@ -211,7 +219,7 @@ TEST_F(ProjectionTest, AVanishingTiltDrawsTheSameShapeAsNone) {
     // a tilt far below a pixel both must draw the same planet, twisted and bent too.
     for (float twist : {0.f, 1.5f})
         for (float convexity : {0.f, 0.8f, -0.6f}) {
-            ProjectionParameters direct;
+            ProjectionParameters direct = defaults();
             direct.twist = twist;
             direct.convexity = convexity;
             ProjectionParameters tilted = direct;
@@ -229,14 +237,14 @@ TEST_F(ProjectionTest, SeamBlendCrossFadesEndsThatDoNotMeet) {
             halves.setPixelColor(x, y, QColor(30, 30, 200));
     const Image source = Image::fromQImage(halves);
     // The seam runs straight down from the centre; look just either side of it.
-    ProjectionParameters hard;
+    ProjectionParameters hard = defaults();
     hard.blendWidth = 0.f;
     const QImage cut = planet(hard, source);
     const QColor leftOfSeam = cut.pixelColor(side / 2 - 3, side - 30);
     const QColor rightOfSeam = cut.pixelColor(side / 2 + 3, side - 30);
     EXPECT_GT(std::abs(leftOfSeam.red() - rightOfSeam.red()), 120);
 
-    ProjectionParameters soft;
+    ProjectionParameters soft = defaults();
     soft.blendWidth = 0.3f;
     const QImage blended = planet(soft, source);
     EXPECT_LT(std::abs(blended.pixelColor(side / 2 - 3, side - 30).red() -
@@ -245,24 +253,25 @@ TEST_F(ProjectionTest, SeamBlendCrossFadesEndsThatDoNotMeet) {
 }
 
 TEST_F(ProjectionTest, SeamBlendLeavesAWrappingPanoramaAlone) {
-    ProjectionParameters none;
+    ProjectionParameters none = defaults();
     none.blendWidth = 0.f;
-    ProjectionParameters wide;
+    ProjectionParameters wide = defaults();
     wide.blendWidth = 0.4f;
     EXPECT_LE(largestDistance(planet(none), planet(wide)), 4);
 }
 
-TEST_F(ProjectionTest, ModelPassesRadiansAndItsSettingsInKernelOrder) {
-    test::SampleResources resources;
-    PlanetModel model(resources.path());
-    model.setRotationDegrees(180);
-    model.setInvert(true);
-    model.setHorizon(0.25);
-    const ProjectionParameters p = model.projectionParameters();
+TEST_F(ProjectionTest, LooksPassRadiansAndTheirSettingsInKernelOrder) {
+    Look look;
+    look.setValue(Setting::rotationDegrees, 180);
+    look.setValue(Setting::invert, 1);
+    look.setValue(Setting::horizon, 0.25);
+    const ProjectionParameters p = projectionParameters(look, 640);
     EXPECT_EQ(p.rotation, 3.1415927f);
     EXPECT_TRUE(p.invert);
     EXPECT_EQ(p.horizon, 0.25f);
-    EXPECT_EQ(p.outputSide, 0.0);
+    EXPECT_EQ(p.zoom, 1.0f);
+    EXPECT_EQ(p.blendWidth, 0.12f);
+    EXPECT_EQ(p.outputSide, 640.0);
 }
 
 // Whatever the arguments (NaN, infinities, huge values) and however small the
@@ -278,7 +287,7 @@ TEST_F(ProjectionTest, AnyArgumentsStayInsideTheSource) {
     QRandomGenerator rng(99);
     RenderContext context;
     for (int trial = 0; trial < 400; ++trial) {
-        ProjectionParameters p;
+        ProjectionParameters p = defaults();
         float* fields[] = {&p.zoom,    &p.convexity, &p.rotation, &p.twist,      &p.shiftX,
                            &p.horizon, &p.flipX,     &p.flipY,    &p.blendWidth, &p.repeats};
         if (trial < 110) {
@@ -301,16 +310,52 @@ TEST_F(ProjectionTest, AnyArgumentsStayInsideTheSource) {
     }
 }
 
-TEST(ProjectionKernel, MissingOrBrokenModuleStopsWithTheFixedMessage) {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const char* message = "Couldn't load the tinyPlanet kernel\\. Check the Metal build flags "
-                          "\\(see setup notes\\)\\.";
+TEST(ProjectionKernel, MissingOrBrokenModuleFailsWithTheFixedMessage) {
+    const QString message = QStringLiteral(
+        "Couldn't load the tinyPlanet kernel. Check the Metal build flags (see setup notes).");
     test::TempTree empty;
-    EXPECT_EXIT(TinyPlanetFilter{empty.path()}, ::testing::ExitedWithCode(1), message);
-    EXPECT_EXIT(PlanetModel{empty.path()}, ::testing::ExitedWithCode(1), message);
-    EXPECT_EXIT(TinyPlanetFilter{QString()}, ::testing::ExitedWithCode(1), message);
-
     test::TempTree broken;
     broken.addFile(QStringLiteral("kernels/tinyplanet.so"), "not a shared object");
-    EXPECT_EXIT(TinyPlanetFilter{broken.path()}, ::testing::ExitedWithCode(1), message);
+    for (const QString& root : {empty.path(), QString(), broken.path()}) {
+        const Result<TinyPlanetFilter> filter = TinyPlanetFilter::load(root);
+        EXPECT_FALSE(filter.ok()) << root;
+        EXPECT_EQ(filter.message(), message);
+        EXPECT_EQ(PlanetRenderer::load(root).message(), message);
+    }
+}
+
+// The module checks the version its caller wrote into the projection, so a program
+// and a module built apart never misread each other's fields.
+TEST(ProjectionKernel, ACallerOfAnotherVersionIsRefused) {
+    QLibrary module(TinyPlanetFilter::modulePath(test::buildResources()));
+    ASSERT_TRUE(module.load());
+    const auto kernel = reinterpret_cast<VmTinyPlanetFn>(module.resolve("tinyPlanet"));
+    ASSERT_NE(kernel, nullptr);
+    const auto pixels = render::SourcePixels::create(test::testPanorama(64, 32));
+    ASSERT_NE(pixels, nullptr);
+    const ProjectionParameters p = defaults();
+    VmProjection projection{VM_KERNEL_ABI_VERSION,
+                            {64, 32},
+                            {8, 8},
+                            p.zoom,
+                            p.convexity,
+                            p.rotation,
+                            p.twist,
+                            p.shiftX,
+                            p.horizon,
+                            p.flipX,
+                            p.flipY,
+                            0,
+                            p.blendWidth,
+                            p.repeats};
+    std::vector<float> out(8 * 8 * 4, -1.f);
+    const VmDestination destination{0, 0, 8, 8, out.data(), 8 * 4};
+    for (const int version : {VM_KERNEL_ABI_VERSION - 1, VM_KERNEL_ABI_VERSION + 1}) {
+        projection.abiVersion = version;
+        kernel(&pixels->sampler(), &projection, &destination);
+        EXPECT_TRUE(std::all_of(out.begin(), out.end(), [](float v) { return v == -1.f; }));
+    }
+    projection.abiVersion = VM_KERNEL_ABI_VERSION;
+    kernel(&pixels->sampler(), &projection, &destination);
+    EXPECT_EQ(out[3], 1.f); // opaque
 }

@@ -1,4 +1,5 @@
 #include "filter/TinyPlanetFilter.h"
+#include "model/DocumentFiles.h"
 #include "model/PlanetModel.h"
 #include "render/RenderContext.h"
 #include "support/TestSupport.h"
@@ -8,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <future>
 
 using namespace velmora;
 using render::Image;
@@ -21,23 +23,24 @@ protected:
         // A solid 400 x 200 sticker with a known colour and size.
         resources.addPng(QStringLiteral("Layers/Stickers/block.png"), {400, 200},
                          QColor(255, 0, 0));
-        model = std::make_unique<PlanetModel>(resources.path());
+        model = std::make_unique<PlanetModel>(test::renderer(resources.path()), resources.path());
         model->loadImage(Image::fromQImage(test::testPanorama(1600, 800)), QStringLiteral("test"));
     }
 
     /// The projection alone, without any grading, at the preview side.
     QImage projectedPreview() {
-        ProjectionParameters p = model->projectionParameters();
-        p.outputSide = PlanetModel::previewSide;
-        TinyPlanetFilter filter(resources.path());
-        const Image projected = filter.apply(model->sourceImage(), p).value();
+        const Image projected =
+            model->renderer()
+                .projected(model->look(), model->sourceImage(), PlanetModel::previewSide)
+                .value();
         return RenderContext().render(projected, QRect(0, 0, 1100, 1100),
                                       RenderContext::Layout::premultipliedArgb32);
     }
 
     QImage output(int side) {
-        return RenderContext().render(model->outputImage(side).value(), QRect(0, 0, side, side),
-                                      RenderContext::Layout::straightRgba8);
+        return model->renderer()
+            .render(model->look(), model->sourceImage(), model->library(), side)
+            .value();
     }
 
     test::SampleResources resources;
@@ -60,21 +63,21 @@ TEST_F(PipelineTest, StagesWithinATolerancePassTheProjectionThrough) {
     ASSERT_EQ(model->previewImage().size(), QSize(1100, 1100));
     EXPECT_EQ(model->previewImage(), plain);
 
-    model->setGamma(1.0005);
-    model->setVignette(0.001);
-    model->setSaturation(0.9995);
+    model->setSetting(Setting::gamma, 1.0005);
+    model->setSetting(Setting::vignette, 0.001);
+    model->setSetting(Setting::saturation, 0.9995);
     EXPECT_EQ(model->previewImage(), plain);
 
-    model->setVignette(0.0011);
+    model->setSetting(Setting::vignette, 0.0011);
     EXPECT_NE(model->previewImage(), plain);
 }
 
 TEST_F(PipelineTest, ContrastAloneStillPassesSaturationOne) {
-    model->setContrast(1.2);
-    ProjectionParameters p = model->projectionParameters();
-    p.outputSide = PlanetModel::previewSide;
-    TinyPlanetFilter filter(resources.path());
-    const Image expected = filter.apply(model->sourceImage(), p)->colorControls(1.0, 0.0, 1.2);
+    model->setSetting(Setting::contrast, 1.2);
+    const ProjectionParameters p = projectionParameters(model->look(), PlanetModel::previewSide);
+    const Image expected = TinyPlanetFilter::load(resources.path())
+                               ->apply(model->sourceImage(), p)
+                               ->colorControls(1.0, 0.0, 1.2);
     EXPECT_EQ(model->previewImage(),
               RenderContext().render(expected, QRect(0, 0, 1100, 1100),
                                      RenderContext::Layout::premultipliedArgb32));
@@ -82,7 +85,7 @@ TEST_F(PipelineTest, ContrastAloneStillPassesSaturationOne) {
 
 TEST_F(PipelineTest, FullVignetteLeavesTheCentreAndBlackensBeyondTheOuterRadius) {
     const QImage plain = model->previewImage();
-    model->setVignette(1.0);
+    model->setSetting(Setting::vignette, 1.0);
     const QImage dark = model->previewImage();
     int checked = 0;
     for (int y = 0; y < 1100; y += 7) {
@@ -102,20 +105,24 @@ TEST_F(PipelineTest, FullVignetteLeavesTheCentreAndBlackensBeyondTheOuterRadius)
 }
 
 TEST_F(PipelineTest, NoPictureMeansNoPreviewAndNoOutput) {
-    PlanetModel empty(resources.path());
+    PlanetModel empty(test::renderer(resources.path()), resources.path());
     empty.refreshPreview();
     EXPECT_TRUE(empty.previewImage().isNull());
-    EXPECT_FALSE(empty.outputImage(2048).has_value());
+    EXPECT_FALSE(
+        empty.renderer().planet(empty.look(), empty.sourceImage(), empty.library(), 2048).ok());
+    EXPECT_FALSE(copyToClipboard(empty).ok());
 }
 
 TEST_F(PipelineTest, WithPreviewRenderingOffRefreshesCountButOutputStillRenders) {
-    PlanetModel headless(resources.path());
+    PlanetModel headless(test::renderer(resources.path()), resources.path());
     headless.setPreviewRendering(false);
     headless.loadImage(Image::fromQImage(test::testPanorama(400, 200)), QStringLiteral("test"));
-    headless.applyPreset(PlanetModel::Preset::sky);
+    headless.applyPreset(Preset::sky);
     EXPECT_EQ(headless.previewRefreshCount(), 2);
     EXPECT_TRUE(headless.previewImage().isNull());
-    EXPECT_TRUE(headless.outputImage(256).has_value());
+    EXPECT_TRUE(headless.renderer()
+                    .render(headless.look(), headless.sourceImage(), headless.library(), 256)
+                    .ok());
 }
 
 TEST_F(PipelineTest, OutputScalesLayersWithItsSide) {
@@ -129,8 +136,8 @@ TEST_F(PipelineTest, OutputScalesLayersWithItsSide) {
 
 TEST_F(PipelineTest, LayersAreNotGradedNorVignetted) {
     model->addLayer(QStringLiteral("Stickers/block.png"), {0.1, 0.1});
-    model->setVignette(1.0);
-    model->setGamma(2.0);
+    model->setSetting(Setting::vignette, 1.0);
+    model->setSetting(Setting::gamma, 2.0);
     const QImage out = output(512);
     // The corner is black under the vignette, but the layer over it stays red.
     EXPECT_LE(test::channelDistance(out.pixelColor(51, 51), QColor(255, 0, 0)), 1);
@@ -162,13 +169,13 @@ TEST_F(PipelineTest, RenderImagesAreDecodedOnceAndFailuresForgotten) {
 }
 
 TEST_F(PipelineTest, LoadingKeepsSettingsAndStartsAFreshDocument) {
-    model->setZoom(1.7);
-    model->setGamma(1.3);
+    model->setSetting(Setting::zoom, 1.7);
+    model->setSetting(Setting::gamma, 1.3);
     model->addLayer(QStringLiteral("Glows/orb.png"), {0.5, 0.5});
     const int renders = model->previewRefreshCount();
     model->loadImage(Image::fromQImage(test::testPanorama(800, 400)), QStringLiteral("beach"));
-    EXPECT_EQ(model->zoom(), 1.7);
-    EXPECT_EQ(model->gamma(), 1.3);
+    EXPECT_EQ(model->setting(Setting::zoom), 1.7);
+    EXPECT_EQ(model->setting(Setting::gamma), 1.3);
     EXPECT_EQ(model->selectedPreset(), std::nullopt);
     EXPECT_TRUE(model->layers().isEmpty());
     EXPECT_TRUE(model->selectedLayerID().isNull());
@@ -176,4 +183,47 @@ TEST_F(PipelineTest, LoadingKeepsSettingsAndStartsAFreshDocument) {
     EXPECT_FALSE(model->canRedo());
     EXPECT_EQ(model->sourceName(), QStringLiteral("beach"));
     EXPECT_EQ(model->previewRefreshCount(), renders + 1);
+}
+
+// The renderer holds no state of a look: two looks rendered from one source, one
+// after the other or at the same time on two threads, give exactly the pixels each
+// gives alone in a renderer of its own.
+TEST_F(PipelineTest, InterleavedLooksRenderAsEachAlone) {
+    Look spiral = Look().withPreset(Preset::spiral);
+    spiral.setValue(Setting::vignette, 0.4);
+    spiral.layers.append(
+        placeAsset(*model->library().asset(QStringLiteral("Stickers/block.png")), {0.3, 0.6}));
+    Look sky = Look().withPreset(Preset::sky);
+    sky.setValue(Setting::gamma, 1.4);
+    sky.setValue(Setting::saturation, 0.3);
+    ASSERT_NE(spiral, sky);
+
+    const Image& source = model->sourceImage();
+    LayerLibrary& library = model->library();
+    const auto alone = [&](const Look& look) {
+        return test::renderer(resources.path()).render(look, source, library, 300).value();
+    };
+    const QImage spiralAlone = alone(spiral);
+    const QImage skyAlone = alone(sky);
+    ASSERT_NE(spiralAlone, skyAlone);
+
+    const PlanetRenderer shared = test::renderer(resources.path());
+    const Result<Image> spiralRecipe = shared.planet(spiral, source, library, 300);
+    const Result<Image> skyRecipe = shared.planet(sky, source, library, 300);
+    ASSERT_TRUE(spiralRecipe.ok() && skyRecipe.ok());
+    for (int round = 0; round < 3; ++round) {
+        EXPECT_EQ(shared.render(sky, source, library, 300).value(), skyAlone);
+        EXPECT_EQ(shared.render(spiral, source, library, 300).value(), spiralAlone);
+        // Both recipes at once: the library's caches are filled, so nothing but
+        // pixels is touched on the two threads.
+        const RenderContext context;
+        auto first = std::async(std::launch::async, [&] {
+            return context.render(*spiralRecipe, QRect(0, 0, 300, 300),
+                                  RenderContext::Layout::straightRgba8);
+        });
+        const QImage second =
+            context.render(*skyRecipe, QRect(0, 0, 300, 300), RenderContext::Layout::straightRgba8);
+        EXPECT_EQ(first.get(), spiralAlone);
+        EXPECT_EQ(second, skyAlone);
+    }
 }

@@ -5,7 +5,9 @@
 #include <QFileInfo>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
+#include <utility>
 
 namespace {
 
@@ -26,6 +28,15 @@ namespace velmora::test {
 
 QString buildResources() {
     return QStringLiteral(VELMORA_TEST_RESOURCES);
+}
+
+PlanetRenderer renderer(const QString& resourcesRoot) {
+    Result<PlanetRenderer> loaded = PlanetRenderer::load(resourcesRoot);
+    if (!loaded) {
+        std::fprintf(stderr, "%s\n", qPrintable(loaded.message()));
+        std::abort();
+    }
+    return std::move(loaded).value();
 }
 
 QImage testPanorama(int width, int height) {

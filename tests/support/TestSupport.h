@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/PlanetRenderer.h"
+
 #include <QColor>
 #include <QImage>
 #include <QString>
@@ -23,6 +25,10 @@ namespace velmora::test {
 
 /// The staged resources folder of the build tree (kernel module, artwork).
 QString buildResources();
+
+/// The renderer with the kernel from `resourcesRoot` (the build tree's by default);
+/// the test run stops if it cannot be loaded.
+PlanetRenderer renderer(const QString& resourcesRoot = buildResources());
 
 /// A synthetic 360 panorama that wraps seamlessly: a yellow cap round the zenith
 /// (top tenth), sky blue down to the horizon, ground whose hue goes once round the

@@ -66,7 +66,7 @@ TEST(CanvasAgreesWithExport, EveryBlendModeFlipTurnOpacityAndClip) {
     shade().save(resources.file(QStringLiteral("Layers/Shades/shade.png")));
     setResourcesRoot(test::buildResources());
 
-    PlanetModel model(resources.path());
+    PlanetModel model(test::renderer(resources.path()), resources.path());
     model.loadImage(render::Image::fromQImage(test::testPanorama(1600, 800)), QStringLiteral("t"));
     model.addLayer(QStringLiteral("Glows/glow.png"), {0.3, 0.3}); // screen
     model.updateLayer(model.selectedLayerID(), [](PlacedLayer& l) { l.scale = 0.35; });
@@ -87,9 +87,9 @@ TEST(CanvasAgreesWithExport, EveryBlendModeFlipTurnOpacityAndClip) {
     const QImage shown = canvas.grab().toImage().convertToFormat(QImage::Format_RGB32);
     ASSERT_EQ(shown.size(), QSize(1100, 1100));
 
-    const QImage exported = render::RenderContext()
-                                .render(model.outputImage(1100).value(), QRect(0, 0, 1100, 1100),
-                                        render::RenderContext::Layout::straightRgba8)
+    const QImage exported = model.renderer()
+                                .render(model.look(), model.sourceImage(), model.library(), 1100)
+                                .value()
                                 .convertToFormat(QImage::Format_RGB32);
 
     std::vector<int> differences;

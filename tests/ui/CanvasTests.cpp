@@ -28,7 +28,7 @@ class CanvasTest : public ::testing::Test {
 protected:
     CanvasTest() {
         setResourcesRoot(test::buildResources()); // the chrome's symbols
-        model = std::make_unique<PlanetModel>(resources.path());
+        model = std::make_unique<PlanetModel>(test::renderer(resources.path()), resources.path());
         model->loadImage(render::Image::fromQImage(test::testPanorama(800, 400)),
                          QStringLiteral("t"));
         canvas = std::make_unique<PlanetCanvas>(*model);

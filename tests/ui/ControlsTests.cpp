@@ -1,9 +1,9 @@
 #include "SliderDriving.h"
 
 #include "model/Resources.h"
+#include "style/Palette.h"
 #include "support/TestSupport.h"
 #include "ui/Checkerboard.h"
-#include "ui/Palette.h"
 #include "ui/PillToggle.h"
 #include "ui/PresetButton.h"
 #include "ui/SettingSlider.h"
@@ -38,7 +38,7 @@ struct Binding {
     QStringList log;
 
     ui::SettingSliderConfig config(double lower, double upper, double defaultValue, double step,
-                                   QColor tint = ui::Palette::accent, QString symbol = {}) {
+                                   QColor tint = style::Palette::accent, QString symbol = {}) {
         ui::SettingSliderConfig c;
         c.title = QStringLiteral("Zoom");
         c.lower = lower;
@@ -223,22 +223,22 @@ TEST_F(ControlsTest, KeysChangeTheValueWithAnUndoSnapshotAndTheWheelIsLeftAlone)
 
 TEST_F(ControlsTest, ReadoutIsNeutralOnAccentSlidersAndTintedOtherwise) {
     Binding bound{0.5};
-    ui::SettingSlider projection(bound.config(0, 1, 0.5, 0, ui::Palette::accent));
-    ui::SettingSlider grading(bound.config(0, 1, 0.5, 0, ui::Palette::warm));
+    ui::SettingSlider projection(bound.config(0, 1, 0.5, 0, style::Palette::accent));
+    ui::SettingSlider grading(bound.config(0, 1, 0.5, 0, style::Palette::warm));
     const auto readoutColour = [](const ui::SettingSlider& s) {
         return s.findChild<QLabel*>(QStringLiteral("readout"))
             ->palette()
             .color(QPalette::WindowText);
     };
-    EXPECT_EQ(readoutColour(projection), ui::Palette::withAlpha(Qt::white, 0.85));
-    EXPECT_EQ(readoutColour(grading), ui::Palette::warm);
+    EXPECT_EQ(readoutColour(projection), style::Palette::withAlpha(Qt::white, 0.85));
+    EXPECT_EQ(readoutColour(grading), style::Palette::warm);
 }
 
 TEST_F(ControlsTest, TheTitleIsUpperCasedAndStartsAtTheEdgeWithoutASymbol) {
     Binding bound{0.5};
     ui::SettingSlider plain(bound.config(0, 1, 0.5, 0));
     ui::SettingSlider withSymbol(
-        bound.config(0, 1, 0.5, 0, ui::Palette::warm, QStringLiteral("dial.medium")));
+        bound.config(0, 1, 0.5, 0, style::Palette::warm, QStringLiteral("dial.medium")));
     plain.show();
     withSymbol.show();
     const auto* plainTitle = plain.findChild<QLabel*>(QStringLiteral("title"));
@@ -282,10 +282,10 @@ TEST_F(ControlsTest, PillToggleWritesThroughItsSetterAndShowsTheBoundValue) {
 }
 
 TEST_F(ControlsTest, PresetButtonShowsItsTitleAndSelectionAndClicks) {
-    ui::PresetButton button(PlanetModel::Preset::sky);
+    ui::PresetButton button(Preset::sky);
     button.resize(250, button.sizeHint().height());
     button.show();
-    EXPECT_EQ(button.text(), PlanetModel::title(PlanetModel::Preset::sky));
+    EXPECT_EQ(button.text(), presetTitle(Preset::sky));
     QSignalSpy clicks(&button, &QAbstractButton::clicked);
     QTest::mouseClick(&button, Qt::LeftButton);
     EXPECT_EQ(clicks.count(), 1);
@@ -294,10 +294,10 @@ TEST_F(ControlsTest, PresetButtonShowsItsTitleAndSelectionAndClicks) {
     const auto fill = [&] {
         return button.grab().toImage().pixelColor(button.width() - 6, button.height() / 2);
     };
-    EXPECT_LE(test::channelDistance(fill(), ui::Palette::control), 1);
+    EXPECT_LE(test::channelDistance(fill(), style::Palette::control), 1);
     button.setSelected(true);
     EXPECT_TRUE(button.isSelected());
-    EXPECT_LE(test::channelDistance(fill(), ui::Palette::accent), 1);
+    EXPECT_LE(test::channelDistance(fill(), style::Palette::accent), 1);
 }
 
 TEST(Checkerboard, LightCellsStartAtTheTopLeftAndMayOverhang) {

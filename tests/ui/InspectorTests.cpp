@@ -2,9 +2,9 @@
 
 #include "model/PlanetModel.h"
 #include "model/Resources.h"
+#include "style/Palette.h"
 #include "support/TestSupport.h"
 #include "ui/LayerInspector.h"
-#include "ui/Palette.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -49,7 +49,7 @@ protected:
     }
 
     test::SampleResources resources;
-    PlanetModel model{resources.path()};
+    PlanetModel model{test::renderer(resources.path()), resources.path()};
     ui::LayerInspector inspector{model};
 };
 
@@ -149,7 +149,7 @@ TEST_F(InspectorTest, TheBlendMenuMarksTheCurrentModeAndAnyOtherModeStandsOut) {
         return button("blendMode")->palette().color(QPalette::ButtonText);
     };
     EXPECT_EQ(button("blendMode")->text(), QStringLiteral("Normal"));
-    EXPECT_EQ(labelColour(), ui::Palette::withAlpha(Qt::white, 0.9));
+    EXPECT_EQ(labelColour(), style::Palette::withAlpha(Qt::white, 0.9));
 
     QMenu* menu = openBlendMenu();
     ASSERT_NE(menu, nullptr);
@@ -169,7 +169,7 @@ TEST_F(InspectorTest, TheBlendMenuMarksTheCurrentModeAndAnyOtherModeStandsOut) {
     EXPECT_EQ(layer().blendMode, LayerBlendMode::screen);
     EXPECT_EQ(model.undoDepth(), depth + 1);
     EXPECT_EQ(button("blendMode")->text(), QStringLiteral("Screen"));
-    EXPECT_EQ(labelColour(), ui::Palette::accent);
+    EXPECT_EQ(labelColour(), style::Palette::accent);
     QApplication::processEvents();
 
     QMenu* again = openBlendMenu();

@@ -35,7 +35,7 @@ protected:
     }
 
     ui::LayerLibraryPanel& panel(int height = 600) {
-        model = std::make_unique<PlanetModel>(resources.path());
+        model = std::make_unique<PlanetModel>(test::renderer(resources.path()), resources.path());
         widget = std::make_unique<ui::LayerLibraryPanel>(*model);
         widget->resize(ui::LayerLibraryPanel::panelWidth, height);
         widget->show();

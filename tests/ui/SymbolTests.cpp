@@ -1,6 +1,6 @@
 #include "model/Resources.h"
+#include "style/Symbols.h"
 #include "support/TestSupport.h"
-#include "ui/Symbols.h"
 
 #include <QFile>
 #include <QImage>
@@ -14,13 +14,13 @@ using namespace velmora;
 // in the colour asked for.
 TEST(Symbols, EveryNameResolvesToABundledIconThatPaints) {
     setResourcesRoot(test::buildResources());
-    ASSERT_FALSE(ui::knownSymbols().isEmpty());
-    for (const QString& symbol : ui::knownSymbols()) {
-        ASSERT_TRUE(QFile::exists(ui::symbolFile(symbol))) << symbol;
+    ASSERT_FALSE(style::knownSymbols().isEmpty());
+    for (const QString& symbol : style::knownSymbols()) {
+        ASSERT_TRUE(QFile::exists(style::symbolFile(symbol))) << symbol;
         QImage image(48, 48, QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::transparent);
         QPainter painter(&image);
-        ui::paintSymbol(painter, QRectF(0, 0, 48, 48), symbol, QColor(255, 0, 0));
+        style::paintSymbol(painter, QRectF(0, 0, 48, 48), symbol, QColor(255, 0, 0));
         painter.end();
         int inked = 0;
         for (int y = 0; y < 48; ++y)
@@ -32,6 +32,6 @@ TEST(Symbols, EveryNameResolvesToABundledIconThatPaints) {
                 }
         EXPECT_GT(inked, 20) << symbol;
     }
-    EXPECT_TRUE(ui::symbolFile(QStringLiteral("no.such.symbol")).isEmpty());
+    EXPECT_TRUE(style::symbolFile(QStringLiteral("no.such.symbol")).isEmpty());
     setResourcesRoot({});
 }

@@ -7,7 +7,6 @@
 #include "support/TestSupport.h"
 #include "ui/CanvasRegion.h"
 #include "ui/ContentView.h"
-#include "ui/CopyToast.h"
 #include "ui/Header.h"
 #include "ui/HeaderButton.h"
 #include "ui/LayerInspector.h"
@@ -17,12 +16,14 @@
 #include "ui/SettingSlider.h"
 #include "ui/Sidebar.h"
 #include "ui/SizeSelector.h"
+#include "ui/Toast.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
 #include <QDesktopServices>
+#include <QDir>
 #include <QFileInfo>
 #include <QMenu>
 #include <QMessageBox>
@@ -52,7 +53,7 @@ class WindowTest : public ::testing::Test {
 protected:
     WindowTest() {
         setResourcesRoot(resources.path());
-        window = std::make_unique<MainWindow>();
+        window = std::make_unique<MainWindow>(test::renderer());
         window->resize(1400, 900);
         window->show();
         EXPECT_TRUE(QTest::qWaitForWindowExposed(window.get()));
@@ -117,54 +118,54 @@ TEST_F(WindowTest, ASliderDragIsOneUndoStepAndTheShortcutsUndoAndRedoIt) {
     test::dragKnob(zoom, {test::nearestX(zoom, zoom.maximum() * 6 / 10),
                           test::nearestX(zoom, zoom.maximum() * 7 / 10),
                           test::nearestX(zoom, zoom.maximum() * 8 / 10)});
-    const double dragged = model().zoom();
+    const double dragged = model().setting(Setting::zoom);
     EXPECT_GT(dragged, 2.5);
     EXPECT_EQ(model().undoDepth(), 1);
     EXPECT_TRUE(view().header()->undoButton()->isEnabled());
 
     QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_EQ(model().zoom(), 1.0);
+    EXPECT_EQ(model().setting(Setting::zoom), 1.0);
     EXPECT_TRUE(view().header()->redoButton()->isEnabled());
     EXPECT_FALSE(view().header()->undoButton()->isEnabled());
     QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
-    EXPECT_EQ(model().zoom(), dragged);
+    EXPECT_EQ(model().setting(Setting::zoom), dragged);
     model().undo();
     QTest::keyClick(window.get(), Qt::Key_Y, Qt::ControlModifier);
-    EXPECT_EQ(model().zoom(), dragged);
+    EXPECT_EQ(model().setting(Setting::zoom), dragged);
 
     // Undo with nothing to undo does nothing.
     model().clearHistory();
     QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier);
-    EXPECT_EQ(model().zoom(), dragged);
+    EXPECT_EQ(model().setting(Setting::zoom), dragged);
 }
 
 TEST_F(WindowTest, ReadoutsUseEachSlidersFormat) {
-    model().setSaturation(0.0);
+    model().setSetting(Setting::saturation, 0.0);
     EXPECT_EQ(slider("Saturation").readoutText(), QStringLiteral("B&W"));
-    model().setSaturation(1.25);
+    model().setSetting(Setting::saturation, 1.25);
     EXPECT_EQ(slider("Saturation").readoutText(), QStringLiteral("1.25"));
-    model().setVignette(0.004);
+    model().setSetting(Setting::vignette, 0.004);
     EXPECT_EQ(slider("Vignette").readoutText(), QStringLiteral("Off"));
-    model().setVignette(0.25);
+    model().setSetting(Setting::vignette, 0.25);
     EXPECT_EQ(slider("Vignette").readoutText(), QStringLiteral("25%"));
     EXPECT_EQ(slider("Seam Blend").readoutText(), QStringLiteral("12%"));
-    model().setBlendWidth(0.004);
+    model().setSetting(Setting::blendWidth, 0.004);
     EXPECT_EQ(slider("Seam Blend").readoutText(), QStringLiteral("Off"));
-    model().setRotationDegrees(37.4);
+    model().setSetting(Setting::rotationDegrees, 37.4);
     EXPECT_EQ(slider("Rotate").readoutText(), QStringLiteral("37\u00b0"));
-    model().setRepeats(2.0);
+    model().setSetting(Setting::repeats, 2.0);
     EXPECT_EQ(slider("Repeats").readoutText(), QStringLiteral("2"));
     EXPECT_EQ(slider("Zoom").readoutText(), QStringLiteral("1.00"));
 
     // Gamma works in log2 units: the slider's ends are 0.5 and 2.
     auto& gamma = static_cast<ui::TintedSlider&>(*slider("Gamma").slider());
     test::dragKnob(gamma, {gamma.width() / 3, 0});
-    EXPECT_DOUBLE_EQ(model().gamma(), 0.5);
+    EXPECT_DOUBLE_EQ(model().setting(Setting::gamma), 0.5);
     EXPECT_EQ(slider("Gamma").readoutText(), QStringLiteral("0.50"));
     test::dragKnob(gamma, {gamma.width() / 2, gamma.width() - 1});
-    EXPECT_DOUBLE_EQ(model().gamma(), 2.0);
+    EXPECT_DOUBLE_EQ(model().setting(Setting::gamma), 2.0);
     EXPECT_EQ(slider("Gamma").readoutText(), QStringLiteral("2.00"));
-    model().setGamma(0.0); // reads back as log2(0.001), beyond the slider's end
+    model().setSetting(Setting::gamma, 0.0); // reads back as log2(0.001), beyond the slider's end
     EXPECT_EQ(slider("Gamma").readoutText(), QStringLiteral("0.00"));
 }
 
@@ -174,12 +175,12 @@ TEST_F(WindowTest, StepButtonsStepOnceEachAndStopAtTheBounds) {
     EXPECT_FALSE(vignette.minusButton()->isEnabled());
     QTest::mouseClick(vignette.plusButton(), Qt::LeftButton);
     QTest::mouseClick(vignette.plusButton(), Qt::LeftButton);
-    EXPECT_NEAR(model().vignette(), 0.02, 1e-12);
+    EXPECT_NEAR(model().setting(Setting::vignette), 0.02, 1e-12);
     EXPECT_EQ(model().undoDepth(), 2);
     EXPECT_TRUE(vignette.minusButton()->isEnabled());
-    model().setVignette(0.995);
+    model().setSetting(Setting::vignette, 0.995);
     QTest::mouseClick(vignette.plusButton(), Qt::LeftButton);
-    EXPECT_EQ(model().vignette(), 1.0);
+    EXPECT_EQ(model().setting(Setting::vignette), 1.0);
     EXPECT_FALSE(vignette.plusButton()->isEnabled());
 }
 
@@ -189,7 +190,7 @@ TEST_F(WindowTest, PresetTilesApplyAndLoseTheirHighlightOnAManualChange) {
     ASSERT_EQ(tiles.size(), 5);
     EXPECT_TRUE(tiles[0]->isSelected());         // classic from the start
     QTest::mouseClick(tiles[3], Qt::LeftButton); // Spiral Planet
-    EXPECT_EQ(model().selectedPreset(), PlanetModel::Preset::spiral);
+    EXPECT_EQ(model().selectedPreset(), Preset::spiral);
     EXPECT_TRUE(tiles[3]->isSelected());
     EXPECT_FALSE(tiles[0]->isSelected());
     EXPECT_EQ(slider("Twist").readoutText(), QStringLiteral("2.00"));
@@ -207,11 +208,11 @@ TEST_F(WindowTest, PresetTilesApplyAndLoseTheirHighlightOnAManualChange) {
 
 TEST_F(WindowTest, InvertRecordsHistoryClearsThePresetAndRenders) {
     load();
-    model().applyPreset(PlanetModel::Preset::double_);
+    model().applyPreset(Preset::double_);
     const int depth = model().undoDepth();
     const int renders = model().previewRefreshCount();
-    QTest::mouseClick(view().sidebar()->invertToggle()->toggle(), Qt::LeftButton);
-    EXPECT_TRUE(model().invert());
+    QTest::mouseClick(view().sidebar()->toggle(QStringLiteral("Invert"))->toggle(), Qt::LeftButton);
+    EXPECT_TRUE(model().setting(Setting::invert));
     EXPECT_EQ(model().undoDepth(), depth + 1);
     EXPECT_EQ(model().selectedPreset(), std::nullopt);
     EXPECT_EQ(model().previewRefreshCount(), renders + 1);
@@ -359,6 +360,48 @@ TEST_F(WindowTest, ImportAndExportGoThroughTheirDialogs) {
     view().chooseImageFile = [] { return QString(); }; // cancelled: nothing happens
     QTest::mouseClick(view().header()->importButton(), Qt::LeftButton);
     EXPECT_EQ(model().sourceName(), QStringLiteral("beach"));
+}
+
+// The window says what failed, naming the file, and the document stays as it was.
+TEST_F(WindowTest, FailuresAreSaidInTheToastAndChangeNothing) {
+    test::TempTree files;
+    load();
+    model().setOutputSize(2048);
+    const Look before = model().look();
+
+    // A folder that cannot be written: as root every real folder is writable, so a
+    // plain file stands in the folder's place.
+    const QString notAFolder = files.addFile(QStringLiteral("notes"), "text");
+    const QString out = notAFolder + QStringLiteral("/planet.png");
+    view().chooseExportFile = [&](const QString&) { return out; };
+    QTest::mouseClick(view().header()->exportButton(), Qt::LeftButton);
+    EXPECT_TRUE(view().isToastShown());
+    EXPECT_EQ(view().toast()->kind(), ui::Toast::Kind::failed);
+    EXPECT_TRUE(view().toast()->text().startsWith(QStringLiteral("Couldn't export ") + out))
+        << view().toast()->text();
+    EXPECT_GT(view().toast()->text().size(), (QStringLiteral("Couldn't export ") + out).size() + 3)
+        << "the reason follows the file";
+    EXPECT_FALSE(QFileInfo::exists(out));
+    EXPECT_EQ(QDir(files.path()).entryList(QDir::Files), QStringList{QStringLiteral("notes")});
+
+    const QString torn = files.addFile(QStringLiteral("torn.jpg"), "not a picture");
+    view().chooseImageFile = [&] { return torn; };
+    QTest::mouseClick(view().header()->importButton(), Qt::LeftButton);
+    EXPECT_TRUE(view().toast()->text().startsWith(QStringLiteral("Couldn't open ") + torn))
+        << view().toast()->text();
+
+    const QString missing = files.file(QStringLiteral("gone.png"));
+    view().handleDrop({QUrl::fromLocalFile(missing)});
+    QTest::qWait(50); // a drop loads once the drop has finished
+    EXPECT_TRUE(view().toast()->text().contains(missing)) << view().toast()->text();
+
+    EXPECT_EQ(model().look(), before);
+    EXPECT_EQ(model().sourceName(), QStringLiteral("beach"));
+
+    // A success after a failure shows the plain confirmation again.
+    view().copyImage();
+    EXPECT_EQ(view().toast()->kind(), ui::Toast::Kind::done);
+    EXPECT_EQ(view().toast()->text(), QStringLiteral("Copied to clipboard"));
 }
 
 TEST_F(WindowTest, HelpMenuHasExactlyItsThreeLinks) {

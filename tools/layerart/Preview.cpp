@@ -55,7 +55,8 @@ void compose(QImage& canvas, const QImage& art, const QRect& target, bool screen
                              QTransform::fromTranslate(target.left(), target.top());
     const render::Image placed = render::Image::fromQImage(art).transformed(place);
     const render::Image under = render::Image::fromQImage(canvas);
-    const render::Image both = screen ? placed.screenBlended(under) : placed.composited(under);
+    const render::Image both =
+        screen ? placed.blended(render::BlendOp::screen, under) : placed.composited(under);
     const QImage out = render::RenderContext().render(
         both, canvas.rect(), render::RenderContext::Layout::premultipliedArgb32);
     canvas = out.convertToFormat(canvas.format());

@@ -4,7 +4,9 @@
 
 #include "app/Application.h"
 #include "app/MainWindow.h"
+#include "model/DocumentFiles.h"
 #include "model/PlanetModel.h"
+#include "model/PlanetRenderer.h"
 #include "model/Resources.h"
 #include "ui/ContentView.h"
 
@@ -35,14 +37,19 @@ int main(int argc, char** argv) {
         setResourcesRoot(QString::fromLocal8Bit(argv[2]));
     prepareApplication();
 
-    MainWindow window;
+    const Result<PlanetRenderer> renderer = PlanetRenderer::load(resourcesRoot());
+    if (!renderer) {
+        std::fprintf(stderr, "%s\n", qPrintable(renderer.message()));
+        return 1;
+    }
+    MainWindow window(*renderer);
     window.resize(1400, 900);
     window.show();
     settle(800);
     window.grab().save(out.filePath(QStringLiteral("window-empty.png")));
 
     PlanetModel& model = window.content()->model();
-    if (!model.loadImageFile(resourcesRoot() + QStringLiteral("/samples/panorama.jpg")).isEmpty())
+    if (!loadImageFile(model, resourcesRoot() + QStringLiteral("/samples/panorama.jpg")))
         return 1;
     window.content()->toggleLibrary();
     model.addLayer(QStringLiteral("Glows/Glows_Golden sun.png"), {0.24, 0.2});

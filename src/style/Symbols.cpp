@@ -1,4 +1,4 @@
-#include "ui/Symbols.h"
+#include "style/Symbols.h"
 
 #include "model/Resources.h"
 
@@ -10,7 +10,7 @@
 
 #include <memory>
 
-namespace velmora::ui {
+namespace velmora::style {
 
 namespace {
 
@@ -37,6 +37,7 @@ const QHash<QString, QString>& symbolTable() {
         {QStringLiteral("camera.aperture"), QStringLiteral("aperture-bold.svg")},
         {QStringLiteral("checkmark.circle.fill"), QStringLiteral("check-circle-fill.svg")},
         {QStringLiteral("checkmark"), QStringLiteral("check-bold.svg")},
+        {QStringLiteral("exclamationmark.circle.fill"), QStringLiteral("warning-circle-fill.svg")},
         {QStringLiteral("arrow.triangle.2.circlepath"),
          QStringLiteral("arrows-clockwise-bold.svg")},
         {QStringLiteral("xmark"), QStringLiteral("x-bold.svg")},
@@ -135,4 +136,4 @@ QStringList knownSymbols() {
     return symbolTable().keys();
 }
 
-} // namespace velmora::ui
+} // namespace velmora::style

@@ -5,7 +5,7 @@
 
 #include <cmath>
 
-namespace velmora::ui {
+namespace velmora::style {
 
 /// The interface font at a size in logical pixels, so text keeps its size whatever
 /// the screen's dots per inch.
@@ -25,4 +25,4 @@ inline int symbolBoxSide(double fontSize) {
     return static_cast<int>(std::lround(fontSize * 1.25));
 }
 
-} // namespace velmora::ui
+} // namespace velmora::style

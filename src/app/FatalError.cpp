@@ -1,4 +1,4 @@
-#include "filter/FatalError.h"
+#include "app/FatalError.h"
 
 #include <cstdio>
 #include <cstdlib>

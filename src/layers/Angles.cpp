@@ -1,4 +1,4 @@
-#include "model/Angles.h"
+#include "layers/Angles.h"
 
 #include <cmath>
 

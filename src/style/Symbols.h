@@ -8,7 +8,7 @@
 
 class QPainter;
 
-namespace velmora::ui {
+namespace velmora::style {
 
 /// The interface names its pictograms by symbol names ("globe", "xmark", ...). Each
 /// maps to one icon of the bundled Phosphor set (MIT licence, resources/icons).
@@ -26,4 +26,4 @@ QIcon symbolIcon(const QString& symbol, const QColor& color);
 /// Every symbol name the interface uses, for checks that all of them resolve.
 QStringList knownSymbols();
 
-} // namespace velmora::ui
+} // namespace velmora::style

@@ -3,7 +3,7 @@
 #include <QPainter>
 #include <QWidget>
 
-namespace velmora::ui {
+namespace velmora::style {
 
 /// Whether a control should draw its focus ring: only once the user moves focus with
 /// the keyboard, so a window that merely gave its first button focus shows none.
@@ -29,4 +29,4 @@ inline void paintFocusRing(QPainter& painter, const QWidget& widget, double radi
                    radius, colour);
 }
 
-} // namespace velmora::ui
+} // namespace velmora::style

@@ -2,7 +2,7 @@
 
 #include <QColor>
 
-namespace velmora::ui {
+namespace velmora::style {
 
 /// The fixed colours every view uses (sRGB, opaque unless stated).
 namespace Palette {
@@ -25,4 +25,4 @@ inline QColor withAlpha(QColor c, double alpha) {
 }
 } // namespace Palette
 
-} // namespace velmora::ui
+} // namespace velmora::style

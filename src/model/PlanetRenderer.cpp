@@ -1,0 +1,116 @@
+#include "model/PlanetRenderer.h"
+
+#include "layers/LayerGeometry.h"
+#include "layers/LayerLibrary.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace velmora {
+
+namespace {
+
+Failure noPlanet() {
+    return Failure{QStringLiteral("the picture could not be projected")};
+}
+
+Failure noMemory(int side) {
+    return Failure{QStringLiteral("not enough memory for a %1 x %1 picture").arg(side)};
+}
+
+} // namespace
+
+Result<PlanetRenderer> PlanetRenderer::load(const QString& resourcesRoot) {
+    Result<TinyPlanetFilter> filter = TinyPlanetFilter::load(resourcesRoot);
+    if (!filter)
+        return filter.failure();
+    return PlanetRenderer(std::move(filter).value());
+}
+
+PlanetRenderer::PlanetRenderer(TinyPlanetFilter filter)
+    : m_filter(filter) {}
+
+std::optional<render::Image>
+PlanetRenderer::projected(const Look& look, const render::Image& source, double side) const {
+    return m_filter.apply(source, projectionParameters(look, side));
+}
+
+render::Image PlanetRenderer::applyLook(const render::Image& projected, const Look& look) {
+    const double gamma = look.value(Setting::gamma);
+    const double contrast = look.value(Setting::contrast);
+    const double saturation = look.value(Setting::saturation);
+    const double vignette = look.value(Setting::vignette);
+    render::Image image = projected;
+    if (std::abs(gamma - 1.0) > neutralTolerance)
+        image = image.gammaAdjusted(gamma);
+    if (std::abs(contrast - 1.0) > neutralTolerance ||
+        std::abs(saturation - 1.0) > neutralTolerance)
+        image = image.colorControls(saturation, 0.0, contrast);
+    if (vignette > neutralTolerance) {
+        const QRectF r = image.extent();
+        const double m = std::min(r.width(), r.height());
+        const double grey = 1.0 - vignette;
+        const render::Image gradient =
+            render::Image::radialGradient(r.center(), m * vignetteInner, m * vignetteOuter,
+                                          {1.0, 1.0, 1.0, 1.0}, {grey, grey, grey, 1.0})
+                .cropped(r);
+        image = image.multiplyComposited(gradient).cropped(r);
+    }
+    return image;
+}
+
+render::Image PlanetRenderer::compositeLayers(const render::Image& base,
+                                              const QList<PlacedLayer>& layers,
+                                              LayerLibrary& library, double side) {
+    render::Image acc = base;
+    for (const PlacedLayer& layer : layers) {
+        const std::optional<render::Image> artwork = library.renderImage(layer.assetID);
+        if (!artwork)
+            continue;
+        const QRectF e = artwork->extent();
+        if (!(e.width() > 0.0) || !(e.height() > 0.0))
+            continue;
+        const QTransform placement =
+            QTransform::fromTranslate(-e.x(), -e.y()) * layerTransform(layer, e.size(), side);
+        render::Image placed = artwork->transformed(placement);
+        if (layer.opacity < 1.0)
+            placed = placed.alphaScaled(layer.opacity);
+        acc = placed.blended(blendOp(layer.blendMode), acc);
+    }
+    return acc.cropped(QRectF(0.0, 0.0, side, side));
+}
+
+Result<render::Image> PlanetRenderer::planet(const Look& look, const render::Image& source,
+                                             LayerLibrary& library, double side) const {
+    const std::optional<render::Image> projection = projected(look, source, side);
+    if (!projection)
+        return noPlanet();
+    return compositeLayers(applyLook(*projection, look), look.layers, library, side);
+}
+
+Result<QImage> PlanetRenderer::render(const Look& look, const render::Image& source,
+                                      LayerLibrary& library, int side) const {
+    const Result<render::Image> recipe = planet(look, source, library, side);
+    if (!recipe)
+        return recipe.failure();
+    QImage pixels = m_context.render(*recipe, QRect(0, 0, side, side),
+                                     render::RenderContext::Layout::straightRgba8);
+    if (pixels.isNull())
+        return noMemory(side);
+    return pixels;
+}
+
+Result<QImage> PlanetRenderer::renderPreview(const Look& look, const render::Image& source,
+                                             int side) const {
+    const std::optional<render::Image> projection = projected(look, source, side);
+    if (!projection)
+        return noPlanet();
+    const render::Image graded = applyLook(*projection, look);
+    QImage pixels = m_context.render(graded, graded.extent().toAlignedRect(),
+                                     render::RenderContext::Layout::premultipliedArgb32);
+    if (pixels.isNull())
+        return noMemory(side);
+    return pixels;
+}
+
+} // namespace velmora

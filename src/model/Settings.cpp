@@ -1,0 +1,85 @@
+#include "model/Settings.h"
+
+namespace velmora {
+
+namespace {
+
+using K = SettingKind;
+using C = SettingControl;
+using R = SettingReadout;
+
+// clang-format off
+constexpr std::array<SettingInfo, settingCount> table{{
+    // setting                     name               label         option        value      help                                       kind           control               lower  upper  default step readout           symbol
+    {Setting::zoom,            "zoom",            "Zoom",       "zoom",       "X",       "planet size",                             K::projection, C::slider,             0.2,   4.0,   1.0,    0.0, R::decimal,      ""},
+    {Setting::rotationDegrees, "rotationDegrees", "Rotate",     "rotate",     "DEGREES", "turn, clockwise",                         K::projection, C::slider,             -180., 180.,  0.0,    1.0, R::degrees,      ""},
+    {Setting::flipX,           "flipX",           "Flip X",     "flip-x",     "X",       "tilt about the vertical axis",            K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, R::decimal,      ""},
+    {Setting::flipY,           "flipY",           "Flip Y",     "flip-y",     "X",       "tilt about the horizontal axis",          K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, R::decimal,      ""},
+    {Setting::horizon,         "horizon",         "Shift Y",    "shift-y",    "X",       "planet centre up (+) or down",            K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, R::decimal,      ""},
+    {Setting::shiftX,          "shiftX",          "Shift X",    "shift-x",    "X",       "planet centre right (+) or left",         K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, R::decimal,      ""},
+    {Setting::twist,           "twist",           "Twist",      "twist",      "X",       "spiral",                                  K::projection, C::slider,             -5.0,  5.0,   0.0,    0.0, R::decimal,      ""},
+    {Setting::convexity,       "convexity",       "Convexity",  "convexity",  "X",       "bulge of the planet",                     K::projection, C::slider,             -0.5,  1.0,   0.0,    0.0, R::decimal,      ""},
+    {Setting::repeats,         "repeats",         "Repeats",    "repeats",    "X",       "times the panorama goes round",           K::projection, C::slider,             1.0,   10.0,  1.0,    0.0, R::wholeNumber,  ""},
+    {Setting::blendWidth,      "blendWidth",      "Seam Blend", "seam-blend", "X",       "cross-fade where the picture's ends meet", K::projection, C::slider,             0.0,   0.4,   0.12,   0.0, R::percentOrOff, ""},
+    {Setting::invert,          "invert",          "Invert",     "invert",     "",        "sky in the middle",                       K::projection, C::toggle,             0.0,   1.0,   0.0,    0.0, R::onOff,        ""},
+    {Setting::gamma,           "gamma",           "Gamma",      "gamma",      "X",       "brightness of the mid-tones",             K::colour,     C::powerOfTwoSlider,   0.5,   2.0,   1.0,    0.0, R::decimal,      "dial.medium"},
+    {Setting::contrast,        "contrast",        "Contrast",   "contrast",   "X",       "",                                        K::colour,     C::powerOfTwoSlider,   0.5,   2.0,   1.0,    0.0, R::decimal,      "circle.lefthalf.filled"},
+    {Setting::saturation,      "saturation",      "Saturation", "saturation", "X",       "0 is black and white",                    K::colour,     C::slider,             0.0,   2.0,   1.0,    0.0, R::saturation,   "drop.fill"},
+    {Setting::vignette,        "vignette",        "Vignette",   "vignette",   "X",       "darkening of the corners",                K::colour,     C::slider,             0.0,   1.0,   0.0,    0.0, R::percentOrOff, "camera.aperture"},
+}};
+// clang-format on
+
+constexpr bool inSettingOrder() {
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        if (static_cast<std::size_t>(table[i].setting) != i)
+            return false;
+    }
+    return true;
+}
+static_assert(inSettingOrder(), "the settings table must list every setting in Setting order");
+
+} // namespace
+
+const std::array<SettingInfo, settingCount>& settingsTable() {
+    return table;
+}
+
+const SettingInfo& settingInfo(Setting setting) {
+    return table[static_cast<std::size_t>(setting)];
+}
+
+std::optional<Setting> settingByOption(QStringView option) {
+    for (const SettingInfo& info : table) {
+        if (option == QLatin1String(info.option))
+            return info.setting;
+    }
+    return std::nullopt;
+}
+
+std::optional<Setting> settingByName(QStringView name) {
+    for (const SettingInfo& info : table) {
+        if (name == QLatin1String(info.name))
+            return info.setting;
+    }
+    return std::nullopt;
+}
+
+QString formatReadout(SettingReadout readout, double value) {
+    switch (readout) {
+    case SettingReadout::decimal:
+        return QString::asprintf("%.2f", value);
+    case SettingReadout::degrees:
+        return QString::asprintf("%.0f\u00b0", value);
+    case SettingReadout::percentOrOff:
+        return value < 0.005 ? QStringLiteral("Off") : QString::asprintf("%.0f%%", value * 100.0);
+    case SettingReadout::wholeNumber:
+        return QString::asprintf("%.0f", value);
+    case SettingReadout::saturation:
+        return value < 0.005 ? QStringLiteral("B&W") : QString::asprintf("%.2f", value);
+    case SettingReadout::onOff:
+        return value != 0.0 ? QStringLiteral("On") : QStringLiteral("Off");
+    }
+    return {};
+}
+
+} // namespace velmora

@@ -1,0 +1,91 @@
+#pragma once
+
+#include <QString>
+
+#include <array>
+#include <cstddef>
+#include <optional>
+
+namespace velmora {
+
+/// Every setting that shapes the planet, in the order the window lists them.
+/// A new setting gets a case here and a row in the table (Settings.cpp); projection
+/// settings also reach the kernel through projectionParameters().
+enum class Setting {
+    zoom,
+    rotationDegrees,
+    flipX,
+    flipY,
+    horizon,
+    shiftX,
+    twist,
+    convexity,
+    repeats,
+    blendWidth,
+    invert,
+    gamma,
+    contrast,
+    saturation,
+    vignette,
+};
+
+inline constexpr std::size_t settingCount = static_cast<std::size_t>(Setting::vignette) + 1;
+
+/// What a change of the setting does to the document: a projection setting clears
+/// the selected preset and presets rewrite it; a colour setting keeps the preset.
+enum class SettingKind { projection, colour };
+
+/// How the window edits it: a linear slider, a slider in powers of two (its middle
+/// is the default and each end is a factor of two away), or an on/off switch.
+enum class SettingControl { slider, powerOfTwoSlider, toggle };
+
+/// How a value is written for people, in the sidebar's readout.
+enum class SettingReadout {
+    decimal,      ///< "1.25"
+    degrees,      ///< "45°"
+    percentOrOff, ///< "12%", "Off" below half a percent
+    wholeNumber,  ///< "3"
+    saturation,   ///< "0.80", "B&W" below 0.005
+    onOff,        ///< "On", "Off"
+};
+
+/// One row of the settings table: everything the program says about a setting.
+/// Values are in the setting's own units (degrees, factors); a toggle stores 0 or 1.
+struct SettingInfo {
+    Setting setting;
+    /// The one name in code and files: "zoom", "rotationDegrees", "horizon".
+    const char* name;
+    /// What the window calls it: "Zoom", "Rotate", "Shift Y".
+    const char* label;
+    /// The command line's option without dashes: "zoom", "rotate", "shift-y" (the
+    /// label in lower case with dashes, so the two never say different things).
+    const char* option;
+    /// The command line's placeholder for the value: "X", "DEGREES".
+    const char* valueName;
+    /// A few words for --help after the option; may be empty.
+    const char* help;
+    SettingKind kind;
+    SettingControl control;
+    /// The slider's range; the command line accepts any finite number.
+    double lower;
+    double upper;
+    double defaultValue;
+    /// The step buttons' increment; 0 means 1 % of the range.
+    double step;
+    SettingReadout readout;
+    /// The symbol before the slider's title; empty for none.
+    const char* symbol;
+};
+
+/// The whole table, in Setting order.
+const std::array<SettingInfo, settingCount>& settingsTable();
+const SettingInfo& settingInfo(Setting setting);
+/// The setting with this command-line option ("shift-y"), if any.
+std::optional<Setting> settingByOption(QStringView option);
+/// The setting with this code name ("horizon"), if any.
+std::optional<Setting> settingByName(QStringView name);
+
+/// The readout text for `value` in the setting's format.
+QString formatReadout(SettingReadout readout, double value);
+
+} // namespace velmora

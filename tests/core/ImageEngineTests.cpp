@@ -1,11 +1,16 @@
+#include "layers/LayerBlendMode.h"
 #include "layers/LayerGeometry.h"
 #include "render/ColorTables.h"
 #include "render/Image.h"
 #include "render/RenderContext.h"
 #include "support/TestSupport.h"
 
+#include <QPainter>
+#include <QRandomGenerator>
+
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace velmora;
@@ -111,6 +116,63 @@ TEST(ImageEngine, BlendModesWithOpaqueAndPartialAlpha) {
     for (const Image& blended : {small.composited(bg), small.blended(render::BlendOp::screen, bg),
                                  small.blended(render::BlendOp::multiply, bg)})
         expectRgba(pixelAt(blended, 1, 1), {b, b, b, 1});
+}
+
+// The canvas draws layers with QPainter, the export with the engine: for what the
+// window shows to be what the file holds, QPainter's mode for each layer blend must
+// compute the engine's arithmetic. Random premultiplied pairs, all alphas.
+TEST(ImageEngine, PainterModesComputeTheEngineBlends) {
+    QRandomGenerator rng(7);
+    constexpr int n = 64;
+    QImage under(n, n, QImage::Format_ARGB32_Premultiplied);
+    QImage over(n, n, QImage::Format_ARGB32_Premultiplied);
+    for (QImage* image : {&under, &over}) {
+        for (int y = 0; y < n; ++y) {
+            auto* line = reinterpret_cast<QRgb*>(image->scanLine(y));
+            for (int x = 0; x < n; ++x) {
+                const int a = y == 0 ? 255 : static_cast<int>(rng.bounded(256));
+                line[x] = qRgba(static_cast<int>(rng.bounded(a + 1)),
+                                static_cast<int>(rng.bounded(a + 1)),
+                                static_cast<int>(rng.bounded(a + 1)), a);
+            }
+        }
+    }
+    for (const LayerBlendMode mode : allLayerBlendModes) {
+        SCOPED_TRACE(rawValue(mode).toStdString());
+        QImage painted = under;
+        QPainter painter(&painted);
+        painter.setCompositionMode(painterCompositionMode(mode));
+        painter.drawImage(0, 0, over);
+        painter.end();
+        int worst = 0;
+        for (int y = 0; y < n; ++y) {
+            for (int x = 0; x < n; ++x) {
+                const QRgb f = over.pixel(x, y);
+                const QRgb b = under.pixel(x, y);
+                const float fg[4] = {qRed(f) / 255.f, qGreen(f) / 255.f, qBlue(f) / 255.f,
+                                     qAlpha(f) / 255.f};
+                float bg[4] = {qRed(b) / 255.f, qGreen(b) / 255.f, qBlue(b) / 255.f,
+                               qAlpha(b) / 255.f};
+                switch (blendOp(mode)) {
+                case render::BlendOp::over:
+                    render::blendPixel<render::BlendOp::over>(fg, bg);
+                    break;
+                case render::BlendOp::screen:
+                    render::blendPixel<render::BlendOp::screen>(fg, bg);
+                    break;
+                case render::BlendOp::multiply:
+                    render::blendPixel<render::BlendOp::multiply>(fg, bg);
+                    break;
+                }
+                const QRgb p = painted.pixel(x, y);
+                const int got[4] = {qRed(p), qGreen(p), qBlue(p), qAlpha(p)};
+                for (int i = 0; i < 4; ++i)
+                    worst = std::max(
+                        worst, std::abs(got[i] - static_cast<int>(std::lround(bg[i] * 255.f))));
+            }
+        }
+        EXPECT_LE(worst, 2); // QPainter rounds in 8 bits
+    }
 }
 
 TEST(ImageEngine, AlphaScaleAndCrop) {

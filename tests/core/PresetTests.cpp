@@ -132,6 +132,25 @@ TEST_F(PresetTest, ProjectionSettingClearsPresetEvenWhenUnchanged) {
     EXPECT_EQ(changes[0][0].value<Setting>(), Setting::zoom);
 }
 
+// What a change of each setting triggers follows its kind in the table: every one
+// announces itself and renders once; projection settings drop the preset.
+TEST_F(PresetTest, EverySettingObservesItsKind) {
+    for (const SettingInfo& info : settingsTable()) {
+        SCOPED_TRACE(info.name);
+        model.applyPreset(Preset::double_);
+        QSignalSpy changes(&model, &PlanetModel::settingChanged);
+        const int renders = model.previewRefreshCount();
+        model.setSetting(info.setting, info.upper);
+        EXPECT_EQ(model.setting(info.setting), info.upper);
+        ASSERT_EQ(changes.count(), 1);
+        EXPECT_EQ(changes[0][0].value<Setting>(), info.setting);
+        EXPECT_EQ(model.previewRefreshCount(), renders + 1);
+        EXPECT_EQ(model.selectedPreset(), info.kind == SettingKind::projection
+                                              ? std::nullopt
+                                              : std::optional(Preset::double_));
+    }
+}
+
 TEST_F(PresetTest, ColourSettingKeepsPresetAndRenders) {
     model.applyPreset(Preset::spiral);
     const int before = model.previewRefreshCount();

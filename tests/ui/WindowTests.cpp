@@ -18,6 +18,7 @@
 #include "ui/SizeSelector.h"
 #include "ui/Toast.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
 #include <QBuffer>
@@ -137,6 +138,44 @@ TEST_F(WindowTest, ASliderDragIsOneUndoStepAndTheShortcutsUndoAndRedoIt) {
     model().clearHistory();
     QTest::keyClick(window.get(), Qt::Key_Z, Qt::ControlModifier);
     EXPECT_EQ(model().setting(Setting::zoom), dragged);
+}
+
+// The sidebar is the settings table: a control per row, in its order, with the
+// row's label, range and default, and each follows its own setting only.
+TEST_F(WindowTest, TheSidebarHasAControlForEveryRowOfTheTable) {
+    QStringList shown;
+    for (QWidget* w : view().sidebar()->findChildren<QWidget*>()) {
+        if (w->objectName().startsWith(QStringLiteral("slider:")) ||
+            w->objectName().startsWith(QStringLiteral("toggle:")))
+            shown.append(w->objectName().section(QLatin1Char(':'), 1));
+    }
+    QStringList labels;
+    for (const SettingInfo& info : settingsTable())
+        labels.append(QString::fromUtf8(info.label));
+    EXPECT_EQ(shown, labels);
+
+    load();
+    for (const SettingInfo& info : settingsTable()) {
+        const QString label = QString::fromUtf8(info.label);
+        SCOPED_TRACE(label.toStdString());
+        if (info.control == SettingControl::toggle) {
+            ui::PillToggle* toggle = view().sidebar()->toggle(label);
+            ASSERT_NE(toggle, nullptr);
+            model().setSetting(info.setting, 1.0);
+            EXPECT_TRUE(toggle->toggle()->isChecked());
+            continue;
+        }
+        const ui::SettingSlider& s = slider(info.label);
+        const bool log = info.control == SettingControl::powerOfTwoSlider;
+        EXPECT_DOUBLE_EQ(s.config().lower, log ? std::log2(info.lower) : info.lower);
+        EXPECT_DOUBLE_EQ(s.config().upper, log ? std::log2(info.upper) : info.upper);
+        EXPECT_DOUBLE_EQ(s.config().defaultValue,
+                         log ? std::log2(info.defaultValue) : info.defaultValue);
+        // Setting the value from outside moves this slider's readout, in its format.
+        const double value = info.lower + 0.75 * (info.upper - info.lower);
+        model().setSetting(info.setting, value);
+        EXPECT_EQ(s.readoutText(), formatReadout(info.readout, value));
+    }
 }
 
 TEST_F(WindowTest, ReadoutsUseEachSlidersFormat) {

@@ -317,6 +317,15 @@ void ContentView::showToast(bool failed, const QString& text) {
 
 void ContentView::placeToast() {
     const QSize size = m_toast->sizeHint();
+    // A confirmation floats low over the canvas; a failure stays longer, so it sits at
+    // the canvas's top, clear of the layer inspector's bar.
+    if (m_toast->kind() == Toast::Kind::failed) {
+        const QRect canvas = m_region->geometry();
+        m_toast->setGeometry(canvas.center().x() - size.width() / 2,
+                             canvas.top() + 16 - FloatingCapsule::shadowMargins().top(),
+                             size.width(), size.height());
+        return;
+    }
     const int bottom = height() - 64 + FloatingCapsule::shadowMargins().bottom();
     m_toast->setGeometry((width() - size.width()) / 2, bottom - size.height(), size.width(),
                          size.height());

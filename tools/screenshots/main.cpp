@@ -1,5 +1,6 @@
 // Takes the screenshots in docs/ of the real window, scripted: the empty window, and
-// the sample planet with the library open and a turned layer selected. Run it under
+// the sample planet with the library open and a turned layer selected, and the note
+// a failed export leaves at the bottom of the canvas. Run it under
 // a display (Xvfb works): velmora_screenshots OUTDIR [RESOURCES]
 
 #include "app/Application.h"
@@ -62,5 +63,16 @@ int main(int argc, char** argv) {
     });
     settle(1200);
     window.grab().save(out.filePath(QStringLiteral("window-planet.png")));
+
+    // An export into a folder that is not there: the top of the canvas with the note.
+    window.content()->chooseExportFile = [](const QString& name) {
+        return QStringLiteral("/media/card/Trip 2026/") + name;
+    };
+    window.content()->exportImage();
+    settle(600);
+    const QImage whole = window.grab().toImage();
+    const int scale = static_cast<int>(whole.devicePixelRatio());
+    whole.copy(0, 0, whole.width(), 190 * scale)
+        .save(out.filePath(QStringLiteral("window-failure.png")));
     return 0;
 }

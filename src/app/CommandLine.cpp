@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFileInfo>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 
@@ -397,7 +398,7 @@ Result<Look> lookFromOptions(const RenderOptions& options, const LayerLibrary& l
         PlacedLayer layer = placeAsset(*asset, placement.at);
         layer.scale = placement.scale.value_or(layer.scale);
         layer.rotation = placement.rotation.value_or(layer.rotation);
-        layer.opacity = placement.opacity.value_or(layer.opacity);
+        layer.opacity = std::clamp(placement.opacity.value_or(layer.opacity), 0.0, 1.0);
         layer.blendMode = placement.blend.value_or(layer.blendMode);
         layer.flipped = placement.flip;
         look.layers.append(layer);

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 namespace velmora {
 
@@ -62,8 +64,13 @@ render::Image PlanetRenderer::applyLook(const render::Image& projected, const Lo
 render::Image PlanetRenderer::compositeLayers(const render::Image& base,
                                               const QList<PlacedLayer>& layers,
                                               LayerLibrary& library, double side) {
-    render::Image acc = base;
+    std::vector<std::pair<render::Image, render::BlendOp>> placed;
+    placed.reserve(static_cast<size_t>(layers.size()));
     for (const PlacedLayer& layer : layers) {
+        // Outside [0, 1] an opacity means nothing: below 0 it would take light away.
+        const double opacity = layer.opacity > 0.0 ? std::min(layer.opacity, 1.0) : 0.0;
+        if (opacity == 0.0)
+            continue; // adds nothing in any mode
         const std::optional<render::Image> artwork = library.renderImage(layer.assetID);
         if (!artwork)
             continue;
@@ -72,12 +79,15 @@ render::Image PlanetRenderer::compositeLayers(const render::Image& base,
             continue;
         const QTransform placement =
             QTransform::fromTranslate(-e.x(), -e.y()) * layerTransform(layer, e.size(), side);
-        render::Image placed = artwork->transformed(placement);
-        if (layer.opacity < 1.0)
-            placed = placed.alphaScaled(layer.opacity);
-        acc = placed.blended(blendOp(layer.blendMode), acc);
+        render::Image image = artwork->transformed(placement);
+        if (opacity < 1.0)
+            image = image.alphaScaled(opacity);
+        placed.emplace_back(std::move(image), blendOp(layer.blendMode));
     }
-    return acc.cropped(QRectF(0.0, 0.0, side, side));
+    const QRectF square(0.0, 0.0, side, side);
+    if (placed.empty())
+        return base.cropped(square);
+    return render::Image::stacked(base, placed).cropped(square);
 }
 
 Result<render::Image> PlanetRenderer::planet(const Look& look, const render::Image& source,

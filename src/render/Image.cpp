@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 #include <vector>
 
 namespace velmora::render {
@@ -371,43 +372,59 @@ private:
     std::array<float, 4> m_c0, m_c1;
 };
 
+/// A background with any number of foregrounds over it, bottom first, each with its
+/// blend. The foregrounds are siblings, not a chain, so a stack of a hundred
+/// thousand layers neither recurses per layer when it renders nor when it is freed.
 class CompositeNode final : public ImageNode {
 public:
-    CompositeNode(std::shared_ptr<const ImageNode> foreground,
-                  std::shared_ptr<const ImageNode> background, BlendOp op)
-        : ImageNode(extents::united(foreground->extent(), background->extent()))
-        , m_fg(std::move(foreground))
+    using Layer = std::pair<std::shared_ptr<const ImageNode>, BlendOp>;
+
+    CompositeNode(std::shared_ptr<const ImageNode> background, std::vector<Layer> layers)
+        : ImageNode(unitedExtent(*background, layers))
         , m_bg(std::move(background))
-        , m_op(op) {}
+        , m_layers(std::move(layers)) {}
 
     void prepare() const override {
-        m_fg->prepare();
         m_bg->prepare();
+        for (const Layer& layer : m_layers)
+            layer.first->prepare();
     }
 
     void render(const QRect& rect, const TileView& out, Scratch& scratch) const override {
         m_bg->render(rect, out, scratch);
-        // Outside the foreground's extent every mode leaves the background as it is.
-        const QRect inside = extents::pixelsOf(m_fg->extent(), rect);
-        if (inside.isEmpty())
-            return;
-        Scratch::Buffer buffer = scratch.acquire(inside.width(), inside.height());
-        const TileView fg = buffer.view();
-        m_fg->render(inside, fg, scratch);
-        const TileView under = out.sub(inside.left() - rect.left(), inside.top() - rect.top(),
-                                       inside.width(), inside.height());
-        // The mode is chosen once per tile, not per pixel.
-        switch (m_op) {
-        case BlendOp::over:
-            return blendAll<BlendOp::over>(fg, under);
-        case BlendOp::screen:
-            return blendAll<BlendOp::screen>(fg, under);
-        case BlendOp::multiply:
-            return blendAll<BlendOp::multiply>(fg, under);
+        for (const auto& [fgNode, op] : m_layers) {
+            // Outside the foreground's extent every mode leaves what is under it.
+            const QRect inside = extents::pixelsOf(fgNode->extent(), rect);
+            if (inside.isEmpty())
+                continue;
+            Scratch::Buffer buffer = scratch.acquire(inside.width(), inside.height());
+            const TileView fg = buffer.view();
+            fgNode->render(inside, fg, scratch);
+            const TileView under = out.sub(inside.left() - rect.left(), inside.top() - rect.top(),
+                                           inside.width(), inside.height());
+            // The mode is chosen once per tile, not per pixel.
+            switch (op) {
+            case BlendOp::over:
+                blendAll<BlendOp::over>(fg, under);
+                break;
+            case BlendOp::screen:
+                blendAll<BlendOp::screen>(fg, under);
+                break;
+            case BlendOp::multiply:
+                blendAll<BlendOp::multiply>(fg, under);
+                break;
+            }
         }
     }
 
 private:
+    static QRectF unitedExtent(const ImageNode& background, const std::vector<Layer>& layers) {
+        QRectF extent = background.extent();
+        for (const Layer& layer : layers)
+            extent = extents::united(extent, layer.first->extent());
+        return extent;
+    }
+
     template <BlendOp Op>
     static void blendAll(const TileView& fg, const TileView& under) {
         for (int y = 0; y < fg.height; ++y) {
@@ -418,9 +435,8 @@ private:
         }
     }
 
-    std::shared_ptr<const ImageNode> m_fg;
     std::shared_ptr<const ImageNode> m_bg;
-    BlendOp m_op;
+    std::vector<Layer> m_layers;
 };
 
 } // namespace
@@ -507,7 +523,15 @@ Image Image::alphaScaled(double factor) const {
 }
 
 Image Image::blended(BlendOp op, const Image& background) const {
-    return Image(std::make_shared<CompositeNode>(m_node, background.m_node, op));
+    return stacked(background, {{*this, op}});
+}
+
+Image Image::stacked(const Image& base, const std::vector<std::pair<Image, BlendOp>>& layers) {
+    std::vector<CompositeNode::Layer> nodes;
+    nodes.reserve(layers.size());
+    for (const auto& [image, op] : layers)
+        nodes.emplace_back(image.m_node, op);
+    return Image(std::make_shared<CompositeNode>(base.m_node, std::move(nodes)));
 }
 
 Image Image::composited(const Image& background) const {

@@ -8,6 +8,8 @@
 #include <QTransform>
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 namespace velmora::render {
 
@@ -72,6 +74,9 @@ public:
     /// This image combined with `background` beneath it by `op` (render/Blend.h has
     /// the arithmetic).
     Image blended(BlendOp op, const Image& background) const;
+    /// `layers` over `base`, bottom first, each combined by its blend with all that
+    /// lies under it: one node however many layers, so deep stacks cost no stack.
+    static Image stacked(const Image& base, const std::vector<std::pair<Image, BlendOp>>& layers);
     /// This image over `background` (source-over).
     Image composited(const Image& background) const;
     /// Multiply compositing, used by the vignette: the multiply blend.

@@ -227,3 +227,43 @@ TEST_F(PipelineTest, InterleavedLooksRenderAsEachAlone) {
         EXPECT_EQ(second, skyAlone);
     }
 }
+
+// Layers are composited side by side, not by recursion: hundreds of thousands of them
+// (the command line takes any number) render, and the picture lets go of them flat.
+TEST_F(PipelineTest, AnyNumberOfLayersRenders) {
+    Look look;
+    const LayerAsset& block = *model->library().asset(QStringLiteral("Stickers/block.png"));
+    for (int i = 0; i < 200000; ++i) {
+        PlacedLayer layer = placeAsset(block, {(i % 400) / 400.0, (i / 400) / 500.0});
+        layer.scale = 0.002;
+        look.layers.append(layer);
+    }
+    const Result<QImage> pixels =
+        model->renderer().render(look, model->sourceImage(), model->library(), 64);
+    ASSERT_TRUE(pixels.ok());
+    EXPECT_EQ(pixels->size(), QSize(64, 64));
+}
+
+// An opacity outside [0, 1] is taken as the nearest end: a negative one must not
+// take light away from what lies under the layer.
+TEST_F(PipelineTest, OpacityOutsideZeroToOneIsClamped) {
+    const LayerAsset& block = *model->library().asset(QStringLiteral("Stickers/block.png"));
+    const auto withOpacity = [&](std::optional<double> opacity, LayerBlendMode mode) {
+        Look look;
+        if (opacity) {
+            PlacedLayer layer = placeAsset(block, {0.5, 0.5});
+            layer.opacity = *opacity;
+            layer.blendMode = mode;
+            look.layers.append(layer);
+        }
+        return model->renderer().render(look, model->sourceImage(), model->library(), 128).value();
+    };
+    for (const LayerBlendMode mode : allLayerBlendModes) {
+        SCOPED_TRACE(rawValue(mode).toStdString());
+        const QImage without = withOpacity(std::nullopt, mode);
+        EXPECT_EQ(withOpacity(-10.0, mode), without);
+        EXPECT_EQ(withOpacity(-1e308, mode), without);
+        EXPECT_EQ(withOpacity(5.0, mode), withOpacity(1.0, mode));
+        EXPECT_NE(withOpacity(1.0, mode), without);
+    }
+}

@@ -7,10 +7,13 @@
 #include "render/PngWriter.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
+#include <filesystem>
 #include <functional>
 
 namespace velmora::cli {
@@ -344,7 +347,8 @@ into a square tiny planet PNG, 8-bit RGBA, sRGB. Settings are the window's, by
 the same names and in its units; the range and default each slider has are
 given in brackets, but any finite number is accepted.
 
-  -o, --output FILE   where to write the PNG (required); written whole or not at all
+  -o, --output FILE   where to write the PNG (required); written whole or not at
+                      all; - writes it to standard output
   --size N            side in pixels, 64 to 16384 [2048]
   --preset NAME       classic, sky, horizontal, spiral, double, or a title such
                       as "Sky World"; applied first, the settings below override it
@@ -379,6 +383,28 @@ int runLayers(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     for (const LayerAsset& asset : library.assets())
         out << asset.id << '\t' << asset.category << '\t' << asset.name << '\n';
     return success;
+}
+
+Status checkOutputPath(const QString& path) {
+    const QFileInfo target(path);
+    if (target.isDir())
+        return Failure{path + QStringLiteral(": is a folder")};
+    // The write replaces the file by renaming over it: a device, pipe or socket would
+    // be replaced by a plain file, so only files and new paths are taken.
+    std::error_code error;
+    const std::filesystem::file_status status =
+        std::filesystem::status(std::filesystem::path(path.toStdString()), error);
+    if (std::filesystem::exists(status) && !std::filesystem::is_regular_file(status))
+        return Failure{path + QStringLiteral(": is not a regular file (a device, pipe or socket); "
+                                             "give a file, a new path, or - for standard output")};
+    const QFileInfo folder(target.absolutePath());
+    if (!folder.isDir())
+        return Failure{path +
+                       QStringLiteral(": the folder %1 does not exist").arg(folder.filePath())};
+    if (!folder.isWritable())
+        return Failure{path +
+                       QStringLiteral(": the folder %1 is not writable").arg(folder.filePath())};
+    return {};
 }
 
 Result<Look> lookFromOptions(const RenderOptions& options, const LayerLibrary& library) {
@@ -423,18 +449,11 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     const QString root = resourcesRoot();
 
     // Check the destination before spending seconds on a render.
-    const QFileInfo target(r.output);
-    if (target.isDir())
-        return fail(r.output + QStringLiteral(": is a folder"), failure);
-    const QFileInfo folder(target.absolutePath());
-    if (!folder.isDir())
-        return fail(r.output +
-                        QStringLiteral(": the folder %1 does not exist").arg(folder.filePath()),
-                    failure);
-    if (!folder.isWritable())
-        return fail(r.output +
-                        QStringLiteral(": the folder %1 is not writable").arg(folder.filePath()),
-                    failure);
+    const bool toStandardOutput = r.output == QLatin1String("-");
+    if (!toStandardOutput) {
+        if (const Status usable = checkOutputPath(r.output); !usable)
+            return fail(usable.message(), failure);
+    }
 
     const QString input =
         r.input.isEmpty() ? root + QStringLiteral("/samples/panorama.jpg") : r.input;
@@ -456,6 +475,15 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     const Result<QImage> pixels = renderer->render(*look, *source, library, r.size);
     if (!pixels)
         return fail(QStringLiteral("%1: %2").arg(r.output, pixels.message()), failure);
+    if (toStandardOutput) {
+        QFile standardOutput;
+        if (!standardOutput.open(stdout, QIODevice::WriteOnly))
+            return fail(QStringLiteral("standard output: %1").arg(standardOutput.errorString()),
+                        failure);
+        if (const Status written = render::writePng(*pixels, standardOutput); !written)
+            return fail(QStringLiteral("standard output: %1").arg(written.message()), failure);
+        return success;
+    }
     if (const Status written = render::writePngFile(*pixels, r.output); !written)
         return fail(written.message(), failure);
     return success;

@@ -69,6 +69,10 @@ QString versionText();
 /// Whether this invocation needs a window system (only the window does).
 bool needsDisplay(const QStringList& arguments);
 
+/// Whether `path` can take the PNG: a regular file or a new path in a writable
+/// folder; never a folder, device, pipe or socket.
+Status checkOutputPath(const QString& path);
+
 /// The look `options` describe: the preset first, then each setting given, then the
 /// layers as the window would add them, with their keys. Fails, naming the asset,
 /// for a layer that is not in `library`.

@@ -3,10 +3,13 @@
 #include "support/TestSupport.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QImageReader>
 #include <QProcess>
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 using namespace velmora;
 using cli::Invocation;
@@ -307,6 +310,34 @@ TEST_F(CommandLineRun, FailuresNameTheFileExitOneAndWriteNothing) {
     ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
     EXPECT_EQ(kept.readAll(), QByteArray("earlier result"));
     EXPECT_FALSE(QFile::exists(nowhere));
+}
+
+// Only a file or a new path is written: renaming over a device or a pipe would put
+// a plain file in its place. "-" is standard output.
+TEST_F(CommandLineRun, DevicesArePassedOverAndADashIsStandardOutput) {
+    // The system's devices are only asked about; a pipe of our own is written to.
+    for (const char* device : {"/dev/null", "/dev/full"}) {
+        const Status usable = cli::checkOutputPath(QString::fromLatin1(device));
+        EXPECT_FALSE(usable.ok()) << device;
+        EXPECT_TRUE(usable.message().contains(QStringLiteral("not a regular file")));
+    }
+    const QString fifo = files.file(QStringLiteral("pipe.png"));
+    ASSERT_EQ(::mkfifo(fifo.toLocal8Bit().constData(), 0600), 0);
+    const Outcome run = runProgram(render({picture, QStringLiteral("-o"), fifo}));
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(run.err.contains(fifo + QStringLiteral(": is not a regular file"))) << run.err;
+    EXPECT_FALSE(QFileInfo(fifo).isFile());
+    EXPECT_TRUE(cli::checkOutputPath(files.file(QStringLiteral("new.png"))).ok());
+
+    QProcess process;
+    process.start(QStringLiteral(VELMORA_BINARY),
+                  render({picture, QStringLiteral("-o"), QStringLiteral("-"),
+                          QStringLiteral("--size"), QStringLiteral("96")}));
+    ASSERT_TRUE(process.waitForFinished(120000));
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+    const QByteArray png = process.readAllStandardOutput();
+    EXPECT_TRUE(png.startsWith("\x89PNG\r\n"));
+    EXPECT_EQ(QImage::fromData(png, "PNG").size(), QSize(96, 96));
 }
 
 TEST_F(CommandLineRun, UsageErrorsExitTwoBeforeTouchingAnything) {

@@ -201,8 +201,13 @@ std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* err
             for (const QString& item : items) {
                 const QString key = item.section(QLatin1Char('='), 0, 0).trimmed();
                 const QString val = item.section(QLatin1Char('='), 1).trimmed();
-                if (key == QLatin1String("flip") && !item.contains(QLatin1Char('='))) {
-                    placement.flip = true;
+                if (key == QLatin1String("flip")) {
+                    // A flag on its own, or flip=yes|no like the other switches.
+                    const std::optional<bool> on =
+                        item.contains(QLatin1Char('=')) ? yesNo(val) : true;
+                    if (!on)
+                        return fail(QStringLiteral("flip: '%1' is not yes or no").arg(val));
+                    placement.flip = *on;
                 } else if (key == QLatin1String("blend")) {
                     placement.blend = layerBlendModeFromRaw(val);
                     if (!placement.blend)

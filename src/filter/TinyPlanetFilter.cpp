@@ -61,16 +61,27 @@ QString TinyPlanetFilter::modulePath(const QString& resourcesRoot) {
 
 Result<TinyPlanetFilter> TinyPlanetFilter::load(const QString& resourcesRoot) {
     const QString path = modulePath(resourcesRoot);
+    // The fixed message, then the module and what is wrong with it.
+    const auto fail = [&path](const QString& why) {
+        return Failure{kernelFailureMessage + QLatin1Char('\n') + path + QStringLiteral(": ") +
+                       why};
+    };
+    if (resourcesRoot.isEmpty())
+        return Failure{kernelFailureMessage + QStringLiteral("\nno resources folder was found")};
+    if (!QFileInfo(path).isFile())
+        return fail(QStringLiteral("no such file"));
     // The module stays loaded for the life of the process (QLibrary never unloads on
     // destruction), so the function pointer outlives this object safely.
     QLibrary library(path);
-    if (resourcesRoot.isEmpty() || !QFileInfo(path).isFile() || !library.load())
-        return Failure{kernelFailureMessage};
+    if (!library.load())
+        return fail(library.errorString());
     const auto version =
         reinterpret_cast<VmAbiVersionFn>(library.resolve("velmoraKernelAbiVersion"));
+    if (!version || version() != VM_KERNEL_ABI_VERSION)
+        return fail(QStringLiteral("built for another version of the program"));
     const auto kernel = reinterpret_cast<VmTinyPlanetFn>(library.resolve("tinyPlanet"));
-    if (!version || version() != VM_KERNEL_ABI_VERSION || !kernel)
-        return Failure{kernelFailureMessage};
+    if (!kernel)
+        return fail(QStringLiteral("it has no tinyPlanet function"));
     return TinyPlanetFilter(kernel);
 }
 

@@ -23,7 +23,8 @@ public:
 
     /// Loads the kernel from `resourcesRoot`. A module that is missing, unreadable,
     /// built for another interface or lacks the function fails with
-    /// kernelFailureMessage; the application decides to stop.
+    /// kernelFailureMessage and a second line naming the module and what is wrong;
+    /// the application decides to stop.
     static Result<TinyPlanetFilter> load(const QString& resourcesRoot);
 
     /// The planet as a recipe with extent (0, 0, side, side), side being

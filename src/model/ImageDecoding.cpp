@@ -4,6 +4,8 @@
 #include <QFileInfo>
 #include <QImageReader>
 
+#include <filesystem>
+
 namespace velmora {
 
 namespace {
@@ -16,8 +18,9 @@ constexpr int allocationLimitMiB = 1600;
 
 Result<render::Image> decode(QImageReader& reader, const QString& what) {
     raiseImageAllocationLimit();
-    // The picture as the file holds it: no EXIF rotation, no colour conversion.
-    reader.setAutoTransform(false);
+    // Upright as it was shot: a phone held on its side writes the turn into EXIF
+    // rather than the pixels. No colour conversion.
+    reader.setAutoTransform(true);
     QImage image = reader.read();
     if (image.isNull()) {
         const QString reason = reader.errorString();
@@ -39,6 +42,10 @@ Result<render::Image> decodeImageFile(const QString& path) {
         return Failure{QStringLiteral("%1: no such file").arg(path)};
     if (info.isDir())
         return Failure{QStringLiteral("%1: is a folder, not a picture").arg(path)};
+    // A pipe or a device would be read for ever or not at all; only files are pictures.
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(std::filesystem::path(path.toStdString()), error))
+        return Failure{QStringLiteral("%1: is not a regular file").arg(path)};
     if (!info.isReadable())
         return Failure{QStringLiteral("%1: cannot be read (permission denied)").arg(path)};
     if (info.size() == 0)

@@ -13,8 +13,9 @@ namespace velmora {
 /// Idempotent; call before the first decode.
 void raiseImageAllocationLimit();
 
-/// Decodes a picture file as it is (failures name the file): no orientation correction, no colour
-/// conversion, no resizing; 16-bit files stay 16-bit.
+/// Decodes a picture file (failures name the file), turned upright as its EXIF
+/// orientation says; no colour conversion, no resizing; 16-bit files stay 16-bit.
+/// Only regular files are read: a pipe or device is refused, not waited on.
 Result<render::Image> decodeImageFile(const QString& path);
 
 /// Decodes picture data (PNG, TIFF, ... as Qt reads them). `format` is a hint such as

@@ -163,8 +163,16 @@ TEST(CommandLineParsing, LayerOptions) {
     EXPECT_FALSE(plain->scale.has_value());
     EXPECT_FALSE(plain->blend.has_value());
 
-    for (const char* bad : {"Glows/orb.png:blend=Screen", "Glows/orb.png:size=2", "Glows/orb.png@1",
-                            "Glows/orb.png@a,b", "Glows/orb.png:scale=inf", "@0.5,0.5", ""}) {
+    for (const char* on : {"flip", "flip=1", "flip=yes"})
+        EXPECT_TRUE(
+            cli::parseLayerOption(QStringLiteral("Glows/orb.png:") + QLatin1String(on), &error)
+                ->flip)
+            << on;
+    EXPECT_FALSE(cli::parseLayerOption(QStringLiteral("Glows/orb.png:flip=no"), &error)->flip);
+
+    for (const char* bad :
+         {"Glows/orb.png:flip=sideways", "Glows/orb.png:blend=Screen", "Glows/orb.png:size=2",
+          "Glows/orb.png@1", "Glows/orb.png@a,b", "Glows/orb.png:scale=inf", "@0.5,0.5", ""}) {
         EXPECT_FALSE(cli::parseLayerOption(QString::fromLatin1(bad), &error).has_value()) << bad;
         EXPECT_FALSE(error.isEmpty()) << bad;
     }

@@ -17,6 +17,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <cstring>
 
 using namespace velmora;
@@ -92,6 +94,39 @@ TEST_F(IntakeTest, AFileThatDoesNotDecodeChangesNothing) {
     EXPECT_EQ(model->previewImage(), preview);
     EXPECT_EQ(model->previewRefreshCount(), renders);
     EXPECT_TRUE(model->canUndo());
+}
+
+// A phone held upright writes its picture sideways with an EXIF orientation; it
+// opens standing as it was shot.
+TEST_F(IntakeTest, PicturesStandAsTheirOrientationSays) {
+    QImage wide(60, 20, QImage::Format_RGB32);
+    wide.fill(Qt::white);
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    buffer.open(QIODevice::WriteOnly);
+    ASSERT_TRUE(wide.save(&buffer, "JPEG"));
+    // An EXIF segment right after the start of image: one IFD entry, Orientation
+    // (0x0112) = 6, "turn 90 degrees clockwise to view".
+    static const char exif[] = "\xff\xe1\x00\x22"
+                               "Exif\0\0"
+                               "MM\x00\x2a\x00\x00\x00\x08"
+                               "\x00\x01"
+                               "\x01\x12\x00\x03\x00\x00\x00\x01\x00\x06\x00\x00"
+                               "\x00\x00\x00\x00";
+    jpeg.insert(2, QByteArray(exif, sizeof exif - 1));
+    const QString path = files.addFile(QStringLiteral("upright.jpg"), jpeg);
+    const Result<render::Image> decoded = decodeImageFile(path);
+    ASSERT_TRUE(decoded.ok()) << decoded.message();
+    EXPECT_EQ(decoded->extent(), QRectF(0, 0, 20, 60));
+}
+
+// A pipe named like a picture is refused at once, with a message that says why.
+TEST_F(IntakeTest, APipeIsNotAPicture) {
+    const QString fifo = files.file(QStringLiteral("stream.png"));
+    ASSERT_EQ(::mkfifo(fifo.toLocal8Bit().constData(), 0600), 0);
+    const Result<render::Image> decoded = decodeImageFile(fifo);
+    EXPECT_FALSE(decoded.ok());
+    EXPECT_EQ(decoded.message(), fifo + QStringLiteral(": is not a regular file"));
 }
 
 TEST_F(IntakeTest, SixteenBitFilesStaySixteenBit) {

@@ -474,6 +474,16 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     if (!look)
         return fail(look.message(), usageError);
 
+    // A layer the user named is part of what was asked for: one that cannot be drawn
+    // is a failure, not a quiet omission as in the window.
+    for (const PlacedLayer& layer : look->layers) {
+        const std::optional<render::Image> artwork = library.renderImage(layer.assetID);
+        if (!artwork || !(artwork->extent().width() > 0.0))
+            return fail(QStringLiteral("%1: the artwork for --layer %2 cannot be read")
+                            .arg(library.asset(layer.assetID)->filePath(), layer.assetID),
+                        failure);
+    }
+
     const Result<render::Image> source = decodeImageFile(input);
     if (!source)
         return fail(source.message(), failure);

@@ -190,14 +190,27 @@ const LayerAsset* LayerLibrary::asset(const QString& id) const {
     return nullptr;
 }
 
+namespace {
+
+/// The artwork file's picture; null for anything but a regular file that decodes
+/// (a pipe named like artwork would otherwise be waited on for ever).
+QImage readArtwork(const QString& path) {
+    std::error_code error;
+    if (!std::filesystem::is_regular_file(std::filesystem::path(path.toStdString()), error))
+        return {};
+    QImageReader reader(path);
+    return reader.read();
+}
+
+} // namespace
+
 QImage LayerLibrary::displayImage(const QString& id) {
     if (const auto cached = m_displayCache.constFind(id); cached != m_displayCache.constEnd())
         return *cached;
     const LayerAsset* found = asset(id);
     if (!found)
         return {};
-    QImageReader reader(found->filePath());
-    QImage image = reader.read();
+    QImage image = readArtwork(found->filePath());
     if (image.isNull())
         return {};
     image = std::move(image).convertToFormat(QImage::Format_ARGB32_Premultiplied);
@@ -229,8 +242,7 @@ std::optional<render::Image> LayerLibrary::renderImage(const QString& id) {
     const LayerAsset* found = asset(id);
     if (!found)
         return std::nullopt;
-    QImageReader reader(found->filePath());
-    render::Image image = render::Image::fromQImage(reader.read());
+    render::Image image = render::Image::fromQImage(readArtwork(found->filePath()));
     if (image.isEmpty())
         return std::nullopt;
     m_renderCache.insert(id, image);

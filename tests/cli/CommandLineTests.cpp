@@ -348,6 +348,38 @@ TEST_F(CommandLineRun, DevicesArePassedOverAndADashIsStandardOutput) {
     EXPECT_EQ(QImage::fromData(png, "PNG").size(), QSize(96, 96));
 }
 
+// Artwork named on the command line must be drawn: broken files fail naming the
+// file, and a pipe among the artwork neither hangs the catalogue nor a render.
+TEST_F(CommandLineRun, ArtworkThatCannotBeReadFailsNamingItsFile) {
+    const QString broken[] = {
+        resources.addFile(QStringLiteral("Layers/Stickers/text.png"), "not a picture\n"),
+        resources.addFile(QStringLiteral("Layers/Stickers/empty.png"), QByteArray()),
+        resources.addFile(QStringLiteral("Layers/Stickers/torn.png"), test::pngHeaderOnly(64, 64)),
+    };
+    const QString fifo = resources.file(QStringLiteral("Layers/Glows/pipe.png"));
+    ASSERT_EQ(::mkfifo(fifo.toLocal8Bit().constData(), 0600), 0);
+
+    const QString out = files.file(QStringLiteral("planet.png"));
+    for (const QString& path : broken) {
+        const QString id = QStringLiteral("Stickers/") + QFileInfo(path).fileName();
+        const Outcome run =
+            runProgram(render({picture, QStringLiteral("-o"), out, QStringLiteral("--layer"), id}));
+        EXPECT_EQ(run.status, 1) << id.toStdString();
+        EXPECT_TRUE(run.err.contains(path)) << run.err;
+    }
+    EXPECT_FALSE(QFile::exists(out));
+
+    const Outcome piped =
+        runProgram(render({picture, QStringLiteral("-o"), out, QStringLiteral("--layer"),
+                           QStringLiteral("Glows/pipe.png")}));
+    EXPECT_EQ(piped.status, 1);
+    EXPECT_TRUE(piped.err.contains(fifo)) << piped.err;
+    const Outcome fine =
+        runProgram(render({picture, QStringLiteral("-o"), out, QStringLiteral("--size=64"),
+                           QStringLiteral("--layer"), QStringLiteral("Glows/orb.png")}));
+    EXPECT_EQ(fine.status, 0) << fine.err;
+}
+
 TEST_F(CommandLineRun, UsageErrorsExitTwoBeforeTouchingAnything) {
     const QString out = files.file(QStringLiteral("never.png"));
     const QStringList bad[] = {

@@ -160,6 +160,11 @@ Invocation parseRender(ArgumentReader& reader) {
             if (!n)
                 return withError(inv,
                                  QStringLiteral("%1: '%2' is not a finite number").arg(name, *v));
+            const SettingInfo& info = settingInfo(*setting);
+            if (*n < info.minimum || *n > info.maximum)
+                return withError(inv, QStringLiteral("%1: %2 is outside %3 to %4")
+                                          .arg(name, *v, QString::number(info.minimum, 'g', 6),
+                                               QString::number(info.maximum, 'g', 6)));
             r.settings[*setting] = *n;
         } else {
             return withError(
@@ -309,7 +314,7 @@ QString number(double value) {
 
 /// One option line: the option and its value padded to a column, then the text.
 QString optionLine(const QString& option, const QString& text) {
-    constexpr int column = 22;
+    constexpr int column = 22; // where the text starts
     QString line = QStringLiteral("  ") + option;
     line += line.size() < column ? QString(column - line.size(), QLatin1Char(' '))
                                  : QStringLiteral("\n") + QString(column, QLatin1Char(' '));
@@ -330,6 +335,13 @@ QString settingLine(const SettingInfo& info) {
         text += QLatin1Char(' ');
     text += QStringLiteral("[%1 to %2, %3]")
                 .arg(number(info.lower), number(info.upper), number(info.defaultValue));
+    const QString accepts =
+        QStringLiteral("accepts %1 to %2").arg(number(info.minimum), number(info.maximum));
+    // Past 79 columns the accepted range goes on a line of its own.
+    constexpr int column = 22;
+    text += column + text.size() + 2 + accepts.size() > 79
+                ? QLatin1Char('\n') + QString(column, QLatin1Char(' ')) + accepts
+                : QStringLiteral("; ") + accepts;
     return optionLine(option + QLatin1Char(' ') + QLatin1String(info.valueName), text);
 }
 
@@ -350,7 +362,7 @@ Usage:
 render turns IMAGE (by default the sample panorama that ships with Velmora)
 into a square tiny planet PNG, 8-bit RGBA, sRGB. Settings are the window's, by
 the same names and in its units; the range and default each slider has are
-given in brackets, but any finite number is accepted.
+given in brackets, followed by the wider range the command line accepts.
 
   -o, --output FILE   where to write the PNG (required); written whole or not at
                       all; - writes it to standard output

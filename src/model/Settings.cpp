@@ -10,22 +10,22 @@ using R = SettingReadout;
 
 // clang-format off
 constexpr std::array<SettingInfo, settingCount> table{{
-    // setting                     name               label         option        value      help                                       kind           control               lower  upper  default step readout           symbol
-    {Setting::zoom,            "zoom",            "Zoom",       "zoom",       "X",       "planet size",                             K::projection, C::slider,             0.2,   4.0,   1.0,    0.0, R::decimal,      ""},
-    {Setting::rotationDegrees, "rotationDegrees", "Rotate",     "rotate",     "DEGREES", "turn, clockwise",                         K::projection, C::slider,             -180., 180.,  0.0,    1.0, R::degrees,      ""},
-    {Setting::flipX,           "flipX",           "Flip X",     "flip-x",     "X",       "tilt about the vertical axis",            K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, R::decimal,      ""},
-    {Setting::flipY,           "flipY",           "Flip Y",     "flip-y",     "X",       "tilt about the horizontal axis",          K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, R::decimal,      ""},
-    {Setting::horizon,         "horizon",         "Shift Y",    "shift-y",    "X",       "planet centre up (+) or down",            K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, R::decimal,      ""},
-    {Setting::shiftX,          "shiftX",          "Shift X",    "shift-x",    "X",       "planet centre right (+) or left",         K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, R::decimal,      ""},
-    {Setting::twist,           "twist",           "Twist",      "twist",      "X",       "spiral",                                  K::projection, C::slider,             -5.0,  5.0,   0.0,    0.0, R::decimal,      ""},
-    {Setting::convexity,       "convexity",       "Convexity",  "convexity",  "X",       "bulge of the planet",                     K::projection, C::slider,             -0.5,  1.0,   0.0,    0.0, R::decimal,      ""},
-    {Setting::repeats,         "repeats",         "Repeats",    "repeats",    "X",       "times the panorama goes round",           K::projection, C::slider,             1.0,   10.0,  1.0,    0.0, R::wholeNumber,  ""},
-    {Setting::blendWidth,      "blendWidth",      "Seam Blend", "seam-blend", "X",       "cross-fade where the picture's ends meet", K::projection, C::slider,             0.0,   0.4,   0.12,   0.0, R::percentOrOff, ""},
-    {Setting::invert,          "invert",          "Invert",     "invert",     "",        "sky in the middle",                       K::projection, C::toggle,             0.0,   1.0,   0.0,    0.0, R::onOff,        ""},
-    {Setting::gamma,           "gamma",           "Gamma",      "gamma",      "X",       "brightness of the mid-tones",             K::colour,     C::powerOfTwoSlider,   0.5,   2.0,   1.0,    0.0, R::decimal,      "dial.medium"},
-    {Setting::contrast,        "contrast",        "Contrast",   "contrast",   "X",       "",                                        K::colour,     C::powerOfTwoSlider,   0.5,   2.0,   1.0,    0.0, R::decimal,      "circle.lefthalf.filled"},
-    {Setting::saturation,      "saturation",      "Saturation", "saturation", "X",       "0 is black and white",                    K::colour,     C::slider,             0.0,   2.0,   1.0,    0.0, R::saturation,   "drop.fill"},
-    {Setting::vignette,        "vignette",        "Vignette",   "vignette",   "X",       "darkening of the corners",                K::colour,     C::slider,             0.0,   1.0,   0.0,    0.0, R::percentOrOff, "camera.aperture"},
+    // setting                     name               label         option        value      help                                       kind           control               lower  upper  default step accepts        readout           symbol
+    {Setting::zoom,            "zoom",            "Zoom",       "zoom",       "X",       "planet size",                             K::projection, C::slider,             0.2,   4.0,   1.0,    0.0, 0.01, 100.,   R::decimal,      ""},
+    {Setting::rotationDegrees, "rotationDegrees", "Rotate",     "rotate",     "DEGREES", "turn, clockwise",                         K::projection, C::slider,             -180., 180.,  0.0,    1.0, -3600, 3600,  R::degrees,      ""},
+    {Setting::flipX,           "flipX",           "Flip X",     "flip-x",     "X",       "tilt about the vertical axis",            K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, -4.0, 4.0,    R::decimal,      ""},
+    {Setting::flipY,           "flipY",           "Flip Y",     "flip-y",     "X",       "tilt about the horizontal axis",          K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, -4.0, 4.0,    R::decimal,      ""},
+    {Setting::horizon,         "horizon",         "Shift Y",    "shift-y",    "X",       "planet centre up (+) or down",            K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, -10., 10.,    R::decimal,      ""},
+    {Setting::shiftX,          "shiftX",          "Shift X",    "shift-x",    "X",       "planet centre right (+) or left",         K::projection, C::slider,             -1.0,  1.0,   0.0,    0.0, -10., 10.,    R::decimal,      ""},
+    {Setting::twist,           "twist",           "Twist",      "twist",      "X",       "spiral",                                  K::projection, C::slider,             -5.0,  5.0,   0.0,    0.0, -100, 100,    R::decimal,      ""},
+    {Setting::convexity,       "convexity",       "Convexity",  "convexity",  "X",       "bulge of the planet",                     K::projection, C::slider,             -0.5,  1.0,   0.0,    0.0, -4.0, 4.0,    R::decimal,      ""},
+    {Setting::repeats,         "repeats",         "Repeats",    "repeats",    "X",       "times the panorama goes round",           K::projection, C::slider,             1.0,   10.0,  1.0,    0.0, -100, 100,    R::wholeNumber,  ""},
+    {Setting::blendWidth,      "blendWidth",      "Seam Blend", "seam-blend", "X",       "cross-fade where the picture's ends meet", K::projection, C::slider,             0.0,   0.4,   0.12,   0.0, 0.0, 1.0,     R::percentOrOff, ""},
+    {Setting::invert,          "invert",          "Invert",     "invert",     "",        "sky in the middle",                       K::projection, C::toggle,             0.0,   1.0,   0.0,    0.0, 0.0, 1.0,     R::onOff,        ""},
+    {Setting::gamma,           "gamma",           "Gamma",      "gamma",      "X",       "brightness of the mid-tones",             K::colour,     C::powerOfTwoSlider,   0.5,   2.0,   1.0,    0.0, 0.01, 100.,   R::decimal,      "dial.medium"},
+    {Setting::contrast,        "contrast",        "Contrast",   "contrast",   "X",       "",                                        K::colour,     C::powerOfTwoSlider,   0.5,   2.0,   1.0,    0.0, 0.0, 100.,    R::decimal,      "circle.lefthalf.filled"},
+    {Setting::saturation,      "saturation",      "Saturation", "saturation", "X",       "0 is black and white",                    K::colour,     C::slider,             0.0,   2.0,   1.0,    0.0, 0.0, 100.,    R::saturation,   "drop.fill"},
+    {Setting::vignette,        "vignette",        "Vignette",   "vignette",   "X",       "darkening of the corners",                K::colour,     C::slider,             0.0,   1.0,   0.0,    0.0, 0.0, 1.0,     R::percentOrOff, "camera.aperture"},
 }};
 // clang-format on
 

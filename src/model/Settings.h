@@ -66,12 +66,16 @@ struct SettingInfo {
     const char* help;
     SettingKind kind;
     SettingControl control;
-    /// The slider's range; the command line accepts any finite number.
+    /// The slider's range; the command line accepts minimum to maximum.
     double lower;
     double upper;
     double defaultValue;
     /// The step buttons' increment; 0 means 1 % of the range.
     double step;
+    /// What the command line accepts: beyond these the picture stops following the
+    /// value (the kernel clamps it, or floats run out), so it is refused instead.
+    double minimum;
+    double maximum;
     SettingReadout readout;
     /// The symbol before the slider's title; empty for none.
     const char* symbol;

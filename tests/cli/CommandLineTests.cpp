@@ -90,19 +90,34 @@ TEST(CommandLineParsing, EverySettingOfTheTableIsAnOption) {
             EXPECT_TRUE(help.contains(flag + QStringLiteral("[=yes|no]")));
             continue;
         }
-        EXPECT_EQ(cli::parse(base + QStringList{flag, QStringLiteral("-0.75")})
+        const double low = info.minimum + 0.25 * (info.maximum - info.minimum);
+        const double high = info.minimum + 0.75 * (info.maximum - info.minimum);
+        EXPECT_EQ(cli::parse(base + QStringList{flag, QString::number(low, 'g', 17)})
                       .render.settings.at(info.setting),
-                  -0.75);
-        EXPECT_EQ(cli::parse(base + QStringList{flag + QStringLiteral("=3.5")})
-                      .render.settings.at(info.setting),
-                  3.5);
+                  low);
+        EXPECT_EQ(
+            cli::parse(base + QStringList{flag + QLatin1Char('=') + QString::number(high, 'g', 17)})
+                .render.settings.at(info.setting),
+            high);
+        // Beyond what it accepts: refused, naming the option and the range.
+        for (const double beyond : {info.maximum * 2 + 1, info.minimum - 1, 1e308, -1e308}) {
+            const QString error =
+                cli::parse(base + QStringList{flag, QString::number(beyond, 'g', 17)}).error;
+            EXPECT_TRUE(error.startsWith(flag)) << beyond << ": " << error;
+            EXPECT_TRUE(
+                error.contains(QStringLiteral("%1 to %2").arg(info.minimum).arg(info.maximum)))
+                << error;
+        }
         // "--zoom X            planet size [0.2 to 4, 1]"
         const QString range =
             QStringLiteral("[%1 to %2, %3]").arg(info.lower).arg(info.upper).arg(info.defaultValue);
+        const QString accepts =
+            QStringLiteral("accepts %1 to %2").arg(info.minimum).arg(info.maximum);
         const qsizetype line = help.indexOf(flag + QLatin1Char(' '));
         ASSERT_GE(line, 0);
         EXPECT_TRUE(help.mid(line, help.indexOf(QLatin1Char('\n'), line) - line).contains(range))
             << range.toStdString();
+        EXPECT_LT(help.indexOf(accepts, line) - line, 160) << accepts.toStdString();
     }
 }
 

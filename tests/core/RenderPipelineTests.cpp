@@ -267,3 +267,25 @@ TEST_F(PipelineTest, OpacityOutsideZeroToOneIsClamped) {
         EXPECT_NE(withOpacity(1.0, mode), without);
     }
 }
+
+// Inside what the command line accepts, a setting's value shows in the picture: none
+// is silently clamped back to the default. (The seam blend is left out: this
+// panorama wraps without a seam, so there is nothing for it to blend. The two
+// fractions of the range are chosen so no rotation is a whole number of turns.)
+TEST_F(PipelineTest, NearTheAcceptedLimitsEverySettingStillShapesThePicture) {
+    const auto planet = [&](const Look& look) {
+        return model->renderer().render(look, model->sourceImage(), model->library(), 48).value();
+    };
+    const QImage plain = planet(Look());
+    for (const SettingInfo& info : settingsTable()) {
+        if (info.setting == Setting::blendWidth)
+            continue;
+        SCOPED_TRACE(info.name);
+        for (const double value : {info.minimum + 0.13 * (info.maximum - info.minimum),
+                                   info.minimum + 0.77 * (info.maximum - info.minimum)}) {
+            Look look;
+            look.setValue(info.setting, value);
+            EXPECT_NE(planet(look), plain) << value;
+        }
+    }
+}

@@ -178,6 +178,54 @@ Invocation parseRender(ArgumentReader& reader) {
 
 } // namespace
 
+QString escapedAssetID(const QString& id) {
+    QString escaped;
+    escaped.reserve(id.size());
+    for (const QChar c : id) {
+        if (c == QLatin1Char('\t'))
+            escaped += QStringLiteral("\\t");
+        else if (c == QLatin1Char('\n'))
+            escaped += QStringLiteral("\\n");
+        else if (c == QLatin1Char('\\') || c == QLatin1Char('@') || c == QLatin1Char(':'))
+            escaped += QLatin1Char('\\') + c;
+        else
+            escaped += c;
+    }
+    return escaped;
+}
+
+QString unescapedAssetID(const QString& text) {
+    QString id;
+    id.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        QChar c = text[i];
+        if (c == QLatin1Char('\\') && i + 1 < text.size()) {
+            c = text[++i];
+            c = c == QLatin1Char('t')   ? QChar(QLatin1Char('\t'))
+                : c == QLatin1Char('n') ? QChar(QLatin1Char('\n'))
+                                        : c;
+        }
+        id += c;
+    }
+    return id;
+}
+
+namespace {
+
+/// The last `c` that no backslash escapes, or -1.
+qsizetype lastUnescaped(const QString& text, QChar c) {
+    qsizetype found = -1;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == QLatin1Char('\\'))
+            ++i;
+        else if (text[i] == c)
+            found = i;
+    }
+    return found;
+}
+
+} // namespace
+
 std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* error) {
     const auto fail = [&](const QString& why) -> std::optional<LayerPlacement> {
         if (error)
@@ -191,7 +239,7 @@ std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* err
     // themselves rarely hold ':' but may.
     static const QStringList keys{QStringLiteral("scale"), QStringLiteral("rotation"),
                                   QStringLiteral("opacity"), QStringLiteral("blend")};
-    const qsizetype colon = rest.lastIndexOf(QLatin1Char(':'));
+    const qsizetype colon = lastUnescaped(rest, QLatin1Char(':'));
     if (colon >= 0) {
         const QString options = rest.mid(colon + 1);
         const QStringList items = options.split(QLatin1Char(','));
@@ -237,7 +285,7 @@ std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* err
     }
 
     // A point after the last '@': "@X,Y".
-    const qsizetype at = rest.lastIndexOf(QLatin1Char('@'));
+    const qsizetype at = lastUnescaped(rest, QLatin1Char('@'));
     if (at >= 0) {
         const QStringList xy = rest.mid(at + 1).split(QLatin1Char(','));
         const auto x = xy.size() == 2 ? finiteNumber(xy[0]) : std::nullopt;
@@ -249,7 +297,7 @@ std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* err
     }
     if (rest.isEmpty())
         return fail(QStringLiteral("'%1' names no asset").arg(text));
-    placement.assetID = rest;
+    placement.assetID = unescapedAssetID(rest);
     return placement;
 }
 
@@ -381,7 +429,9 @@ given in brackets, followed by the wider range the command line accepts.
                       --layer "Glows/orb.png@0.5,0.2:scale=0.3,rotation=15"
   --resources DIR     use DIR as the resources folder (render and layers)
 
-layers prints one line per artwork: its id, category and name, tab-separated.
+layers prints one line per artwork: its id, category and name, tab-separated;
+a backslash escapes @, : and itself, and \t and \n stand for a tab and a newline,
+in the form --layer takes.
 
 Exit status: 0 on success, 1 when a file cannot be read or written, 2 for a
 usage error.
@@ -398,7 +448,8 @@ int runLayers(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     }
     const LayerLibrary library(resourcesRoot());
     for (const LayerAsset& asset : library.assets())
-        out << asset.id << '\t' << asset.category << '\t' << asset.name << '\n';
+        out << escapedAssetID(asset.id) << '\t' << escapedAssetID(asset.category) << '\t'
+            << escapedAssetID(asset.name) << '\n';
     return success;
 }
 

@@ -60,7 +60,15 @@ struct Invocation {
 /// Parses the arguments after the program name. Never touches files.
 Invocation parse(const QStringList& arguments);
 
-/// Parses one --layer value, or says what is wrong with it.
+/// An asset id as `layers` prints it and --layer takes it: a backslash before '@',
+/// ':' and a backslash, and "\t" and "\n" for tabs and newlines, so the
+/// tab-separated lines stay lines and any id can be named. Ids without those read
+/// as they are.
+QString escapedAssetID(const QString& id);
+QString unescapedAssetID(const QString& text);
+
+/// Parses one --layer value, or says what is wrong with it. The asset id may be
+/// escaped as escapedAssetID() writes it.
 std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* error);
 
 QString helpText();

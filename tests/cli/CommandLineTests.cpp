@@ -193,6 +193,38 @@ TEST(CommandLineParsing, LayerOptions) {
     }
 }
 
+// Any id survives being printed by `layers` and read back by --layer, with a point
+// and keys after it or without.
+TEST(CommandLineParsing, EscapedIdsRoundTrip) {
+    const QString ids[] = {
+        QStringLiteral("Glows/orb.png"),
+        QStringLiteral("Glows/a@b:c.png"),
+        QStringLiteral("Odd\tone/x\ny.png"),
+        QStringLiteral("Back\\slash/\\@:.png"),
+        QStringLiteral("Glows/ends with @0.5,0.5"),
+        QStringLiteral("Glows/x.png:scale=2"),
+    };
+    for (const QString& id : ids) {
+        SCOPED_TRACE(id.toStdString());
+        const QString escaped = cli::escapedAssetID(id);
+        EXPECT_FALSE(escaped.contains(QLatin1Char('\t')) || escaped.contains(QLatin1Char('\n')));
+        EXPECT_EQ(cli::unescapedAssetID(escaped), id);
+        QString error;
+        const auto bare = cli::parseLayerOption(escaped, &error);
+        ASSERT_TRUE(bare.has_value()) << error;
+        EXPECT_EQ(bare->assetID, id);
+        EXPECT_EQ(bare->at, (NormalizedPoint{0.5, 0.5}));
+        const auto full =
+            cli::parseLayerOption(escaped + QStringLiteral("@0.2,0.3:scale=0.5"), &error);
+        ASSERT_TRUE(full.has_value()) << error;
+        EXPECT_EQ(full->assetID, id);
+        EXPECT_EQ(full->at, (NormalizedPoint{0.2, 0.3}));
+        EXPECT_EQ(full->scale, 0.5);
+    }
+    EXPECT_EQ(cli::escapedAssetID(QStringLiteral("Glows/orb.png")),
+              QStringLiteral("Glows/orb.png"));
+}
+
 TEST(CommandLineParsing, UsageErrorsNameTheOption) {
     const QString r = QStringLiteral("render");
     const QString o = QStringLiteral("-o");
@@ -393,6 +425,27 @@ TEST_F(CommandLineRun, ArtworkThatCannotBeReadFailsNamingItsFile) {
         runProgram(render({picture, QStringLiteral("-o"), out, QStringLiteral("--size=64"),
                            QStringLiteral("--layer"), QStringLiteral("Glows/orb.png")}));
     EXPECT_EQ(fine.status, 0) << fine.err;
+}
+
+// Artwork whose file names hold a tab, '@' or ':' is listed one per line and can be
+// placed by the id printed.
+TEST_F(CommandLineRun, EveryListedIdCanBePlaced) {
+    resources.addPng(QStringLiteral("Layers/Stickers/tab\there.png"));
+    resources.addPng(QStringLiteral("Layers/Stickers/at@and:colon.png"));
+    const Outcome listed =
+        runProgram({QStringLiteral("layers"), QStringLiteral("--resources"), resources.path()});
+    ASSERT_EQ(listed.status, 0) << listed.err;
+    const QStringList lines = listed.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    EXPECT_EQ(lines.size(), 5); // orb, block, moon and the two above
+    const QString out = files.file(QStringLiteral("planet.png"));
+    for (const QString& line : lines) {
+        const QStringList fields = line.split(QLatin1Char('\t'));
+        ASSERT_EQ(fields.size(), 3) << line;
+        const Outcome run =
+            runProgram(render({picture, QStringLiteral("-o"), out, QStringLiteral("--size=64"),
+                               QStringLiteral("--layer"), fields[0] + QStringLiteral("@0.4,0.4")}));
+        EXPECT_EQ(run.status, 0) << fields[0] << ": " << run.err;
+    }
 }
 
 TEST_F(CommandLineRun, UsageErrorsExitTwoBeforeTouchingAnything) {

@@ -1,6 +1,7 @@
 #include "layers/LayerLibrary.h"
 
 #include "layers/DebugLog.h"
+#include "render/DecodeBudget.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -199,6 +200,8 @@ QImage readArtwork(const QString& path) {
     if (!std::filesystem::is_regular_file(std::filesystem::path(path.toStdString()), error))
         return {};
     QImageReader reader(path);
+    if (!render::checkClaimedSize(reader, QFileInfo(path).size(), render::maxArtworkPixels, path))
+        return {};
     return reader.read();
 }
 

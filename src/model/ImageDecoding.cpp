@@ -1,5 +1,7 @@
 #include "model/ImageDecoding.h"
 
+#include "render/DecodeBudget.h"
+
 #include <QBuffer>
 #include <QFileInfo>
 #include <QImageReader>
@@ -16,8 +18,13 @@ namespace {
 // shoot, while a file whose header claims something absurd still fails cleanly.
 constexpr int allocationLimitMiB = 1600;
 
-Result<render::Image> decode(QImageReader& reader, const QString& what) {
+Result<render::Image> decode(QImageReader& reader, const QString& what, qint64 dataBytes) {
     raiseImageAllocationLimit();
+    // Before a byte is allocated: too large, or a bomb whose header lies.
+    if (const Status budget =
+            render::checkClaimedSize(reader, dataBytes, render::maxPicturePixels, what);
+        !budget)
+        return budget.failure();
     // Upright as it was shot: a phone held on its side writes the turn into EXIF
     // rather than the pixels. No colour conversion.
     reader.setAutoTransform(true);
@@ -53,7 +60,7 @@ Result<render::Image> decodeImageFile(const QString& path) {
     QImageReader reader(path);
     // Decide by content, not by name: a text file called .png must fail as such.
     reader.setDecideFormatFromContent(true);
-    return decode(reader, path);
+    return decode(reader, path, info.size());
 }
 
 Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& format) {
@@ -64,7 +71,7 @@ Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& 
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer, format);
     reader.setDecideFormatFromContent(format.isEmpty());
-    return decode(reader, QStringLiteral("picture data"));
+    return decode(reader, QStringLiteral("picture data"), data.size());
 }
 
 QStringList readableImageSuffixes() {

@@ -120,6 +120,50 @@ TEST_F(IntakeTest, PicturesStandAsTheirOrientationSays) {
     EXPECT_EQ(decoded->extent(), QRectF(0, 0, 20, 60));
 }
 
+// What a header claims is weighed before anything is allocated: a kilobyte that
+// says 20000 x 20000 is a bomb, and a real picture past the limit is refused with
+// the memory it would need, in words.
+TEST_F(IntakeTest, OversizedAndImpossibleSizesAreRefusedInWords) {
+    QImage small(64, 64, QImage::Format_RGB32);
+    small.fill(Qt::gray);
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    buffer.open(QIODevice::WriteOnly);
+    ASSERT_TRUE(small.save(&buffer, "JPEG"));
+    // Start of frame: FF C0, length, precision, then height and width.
+    const qsizetype sof = jpeg.indexOf(QByteArray("\xff\xc0", 2));
+    ASSERT_GT(sof, 0);
+    for (const int at : {5, 7}) {
+        jpeg[sof + at] = static_cast<char>(20000 >> 8);
+        jpeg[sof + at + 1] = static_cast<char>(20000 & 0xff);
+    }
+    const QString bomb = files.addFile(QStringLiteral("bomb.jpg"), jpeg);
+    const Result<render::Image> bombed = decodeImageFile(bomb);
+    EXPECT_FALSE(bombed.ok());
+    EXPECT_TRUE(bombed.message().startsWith(bomb + QStringLiteral(": ")));
+    EXPECT_TRUE(bombed.message().contains(QStringLiteral("20000 \u00d7 20000")))
+        << bombed.message();
+
+    const QString hollow =
+        files.addFile(QStringLiteral("hollow.png"), test::pngClaiming(14000, 14000));
+    EXPECT_TRUE(decodeImageFile(hollow).message().contains(QStringLiteral("far too few")))
+        << decodeImageFile(hollow).message();
+
+    const QString huge = files.addFile(QStringLiteral("huge.png"), test::pngClaiming(30000, 20000));
+    const QString refused = decodeImageFile(huge).message();
+    EXPECT_TRUE(refused.contains(QStringLiteral("200-megapixel limit"))) << refused;
+    EXPECT_TRUE(refused.contains(QStringLiteral("2289 MiB"))) << refused;
+
+    // Above Qt's own 128 MiB default, within ours: it opens.
+    QImage big(8200, 4200, QImage::Format_ARGB32);
+    big.fill(QColor(10, 200, 30, 128));
+    const QString flat = files.file(QStringLiteral("flat.png"));
+    ASSERT_TRUE(big.save(flat));
+    const Result<render::Image> opened = decodeImageFile(flat);
+    ASSERT_TRUE(opened.ok()) << opened.message();
+    EXPECT_EQ(opened->extent(), QRectF(0, 0, 8200, 4200));
+}
+
 // A pipe named like a picture is refused at once, with a message that says why.
 TEST_F(IntakeTest, APipeIsNotAPicture) {
     const QString fifo = files.file(QStringLiteral("stream.png"));

@@ -62,6 +62,10 @@ QImage testPanorama(int width, int height) {
 }
 
 QByteArray pngHeaderOnly(quint32 width, quint32 height) {
+    return pngClaiming(width, height, false);
+}
+
+QByteArray pngClaiming(quint32 width, quint32 height, bool withData) {
     QByteArray png("\x89PNG\r\n\x1a\n", 8);
     const auto chunk = [&](const char* type, const QByteArray& data) {
         QByteArray body = QByteArray(type, 4) + data;
@@ -81,6 +85,8 @@ QByteArray pngHeaderOnly(quint32 width, quint32 height) {
             ihdr.append(static_cast<char>(v >> shift));
     ihdr.append("\x08\x06\x00\x00\x00", 5);
     chunk("IHDR", ihdr);
+    if (withData) // one filtered row of zeros, as zlib data (qCompress adds a length)
+        chunk("IDAT", qCompress(QByteArray(1 + 4 * std::min<quint32>(width, 4096), '\0')).mid(4));
     chunk("IEND", {});
     return png;
 }

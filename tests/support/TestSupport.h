@@ -43,6 +43,9 @@ inline const QColor nadirColour{220, 0, 200};
 
 /// A PNG file whose header claims `width` x `height` pixels but holds no pixel data.
 QByteArray pngHeaderOnly(quint32 width, quint32 height);
+/// The same header followed, when `withData`, by the start of its pixel data: a file
+/// whose size a decoder reads from the header before it finds the data missing.
+QByteArray pngClaiming(quint32 width, quint32 height, bool withData = true);
 
 /// Largest per-channel difference, in 8-bit code values.
 int channelDistance(QColor a, QColor b);

@@ -1,0 +1,58 @@
+#include "render/DecodeBudget.h"
+
+#include <QImageReader>
+
+namespace velmora::render {
+
+namespace {
+
+// No image format packs more pixels into a byte than this: deflate stops near
+// 1000:1 and a JPEG needs a few bits for every 16 x 16 block. Small files get a
+// megapixel of slack so tiny flat pictures are never refused.
+constexpr qint64 maxPixelsPerByte = 10'000;
+constexpr qint64 slackPixels = 1'000'000;
+
+bool isSixteenBit(QImage::Format format) {
+    switch (format) {
+    case QImage::Format_RGBX64:
+    case QImage::Format_RGBA64:
+    case QImage::Format_RGBA64_Premultiplied:
+    case QImage::Format_Grayscale16:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+Status checkClaimedSize(QImageReader& reader, qint64 dataBytes, qint64 maxPixels,
+                        const QString& what) {
+    const QSize size = reader.size();
+    if (!size.isValid() || size.isEmpty())
+        return {};
+    const qint64 pixels = qint64(size.width()) * size.height();
+    const int bytesPerPixel = isSixteenBit(reader.imageFormat()) ? 8 : 4;
+    const qint64 mib = (pixels * bytesPerPixel + (1 << 20) - 1) >> 20;
+    if (pixels > maxPixels)
+        return Failure{
+            QStringLiteral(
+                "%1: %2 \u00d7 %3 pixels is more than the %4-megapixel limit (at %5 bits "
+                "it would need %6 MiB)")
+                .arg(what)
+                .arg(size.width())
+                .arg(size.height())
+                .arg(maxPixels / 1'000'000)
+                .arg(bytesPerPixel * 2)
+                .arg(mib)};
+    if (dataBytes >= 0 && pixels > dataBytes * maxPixelsPerByte + slackPixels)
+        return Failure{QStringLiteral("%1: the file claims %2 \u00d7 %3 pixels but holds only %4 "
+                                      "bytes, far too few for a picture that size")
+                           .arg(what)
+                           .arg(size.width())
+                           .arg(size.height())
+                           .arg(dataBytes)};
+    return {};
+}
+
+} // namespace velmora::render

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "render/Result.h"
+
+#include <QString>
+
+class QImageReader;
+
+namespace velmora::render {
+
+/// The largest picture a decode may make: 200 megapixels, which at 16 bits per
+/// channel is 1.6 GB, as large as the stitched panoramas people shoot.
+inline constexpr qint64 maxPicturePixels = 200'000'000;
+/// Artwork is drawn at most the width of an 8192 export: 64 megapixels is plenty.
+inline constexpr qint64 maxArtworkPixels = 64 * 1024 * 1024;
+
+/// Checks what the header of `reader` claims before anything is allocated: a size
+/// beyond `maxPixels`, or more pixels than `dataBytes` of file could possibly hold
+/// (a decompression bomb: a kilobyte claiming 20000 x 20000), is refused with a
+/// message in words that names `what`. A header that cannot be read passes: the
+/// decoder will say what is wrong with it.
+Status checkClaimedSize(QImageReader& reader, qint64 dataBytes, qint64 maxPixels,
+                        const QString& what);
+
+} // namespace velmora::render

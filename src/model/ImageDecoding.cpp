@@ -3,6 +3,7 @@
 #include "render/DecodeBudget.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 
@@ -60,7 +61,27 @@ Result<render::Image> decodeImageFile(const QString& path) {
     QImageReader reader(path);
     // Decide by content, not by name: a text file called .png must fail as such.
     reader.setDecideFormatFromContent(true);
+    if (reader.format() == "jpeg") {
+        // The JPEG decoder fills a missing end with grey and calls it success.
+        QFile file(path);
+        if (file.open(QIODevice::ReadOnly) && jpegEndsEarly(file))
+            return Failure{QStringLiteral("%1: the picture's data ends early (the file is cut "
+                                          "short)")
+                               .arg(path)};
+    }
     return decode(reader, path, info.size());
+}
+
+bool jpegEndsEarly(QIODevice& device) {
+    // Entropy-coded data never holds FF D9 (a coded FF is followed by 00 or a
+    // restart marker), so a whole picture has its end-of-image marker after the start
+    // of its last scan (FF DA). Data appended after the end (a second picture, a
+    // maker's trailer) ends with its own marker, or holds no scan at all.
+    const QByteArray data = device.readAll();
+    const qsizetype lastScan = data.lastIndexOf(QByteArray("\xff\xda", 2));
+    if (lastScan < 0)
+        return false; // not a picture we can judge; the decoder will say
+    return data.indexOf(QByteArray("\xff\xd9", 2), lastScan + 2) < 0;
 }
 
 Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& format) {

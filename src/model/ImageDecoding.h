@@ -4,6 +4,7 @@
 #include "render/Result.h"
 
 #include <QByteArray>
+#include <QIODevice>
 #include <QString>
 #include <QStringList>
 
@@ -21,6 +22,10 @@ Result<render::Image> decodeImageFile(const QString& path);
 /// Decodes picture data (PNG, TIFF, ... as Qt reads them). `format` is a hint such as
 /// "png"; empty lets the decoder sniff.
 Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& format = {});
+
+/// Whether the JPEG data in `device` stops before its last scan is complete (a file
+/// cut short in a download or a copy); reads the device to its end.
+bool jpegEndsEarly(QIODevice& device);
 
 /// File suffixes Qt can read here, lower case, for open dialogs ("jpg", "png", ...).
 QStringList readableImageSuffixes();

@@ -164,6 +164,31 @@ TEST_F(IntakeTest, OversizedAndImpossibleSizesAreRefusedInWords) {
     EXPECT_EQ(opened->extent(), QRectF(0, 0, 8200, 4200));
 }
 
+// A JPEG cut short decodes to grey without complaint from the decoder; it is a
+// failure that says so. Data after a complete picture is no such thing.
+TEST_F(IntakeTest, AJpegCutShortIsRefused) {
+    const QByteArray whole = [] {
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::WriteOnly);
+        test::testPanorama(512, 256).save(&buffer, "JPEG", 90);
+        return bytes;
+    }();
+    ASSERT_TRUE(decodeImageFile(files.addFile(QStringLiteral("whole.jpg"), whole)).ok());
+    ASSERT_TRUE(decodeImageFile(files.addFile(QStringLiteral("trailer.jpg"),
+                                              whole + QByteArray("maker's trailer\0\xff", 17)))
+                    .ok());
+    ASSERT_TRUE(decodeImageFile(files.addFile(QStringLiteral("two.jpg"), whole + whole)).ok());
+    for (const double kept : {0.1, 0.5, 0.99}) {
+        const QString cut = files.addFile(QStringLiteral("cut.jpg"),
+                                          whole.left(static_cast<qsizetype>(whole.size() * kept)));
+        const Result<render::Image> decoded = decodeImageFile(cut);
+        EXPECT_FALSE(decoded.ok()) << kept;
+        EXPECT_EQ(decoded.message(),
+                  cut + QStringLiteral(": the picture's data ends early (the file is cut short)"));
+    }
+}
+
 // A pipe named like a picture is refused at once, with a message that says why.
 TEST_F(IntakeTest, APipeIsNotAPicture) {
     const QString fifo = files.file(QStringLiteral("stream.png"));

@@ -12,7 +12,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -135,16 +137,22 @@ public:
     void write(const uchar* data, size_t length) {
         if (m_failed || length == 0)
             return;
+        errno = 0;
         if (m_device.write(reinterpret_cast<const char*>(data), static_cast<qint64>(length)) !=
-            static_cast<qint64>(length))
+            static_cast<qint64>(length)) {
             m_failed = true;
+            m_errno = errno;
+        }
     }
 
     bool failed() const { return m_failed; }
+    /// What the system said when the write failed (0 when it said nothing).
+    int systemError() const { return m_errno; }
 
 private:
     QIODevice& m_device;
     bool m_failed = false;
+    int m_errno = 0;
 };
 
 /// Deflates one strip as part of a single stream: every strip but the last ends in a
@@ -208,6 +216,18 @@ void writeHeader(ChunkWriter& out, int width, int height) {
     for (int i = 0; i < 8; ++i)
         qToBigEndian<quint32>(chrmValues[i], chrm + 4 * i);
     out.chunk("cHRM", chrm, sizeof chrm);
+}
+
+} // namespace
+
+namespace {
+
+/// The device's word for a failure, or the system's where the device has none: a
+/// full disk must say "No space left on device", not "Unknown error".
+QString reason(const QString& deviceSays, int systemError) {
+    if (systemError != 0 && (deviceSays.isEmpty() || deviceSays == QLatin1String("Unknown error")))
+        return QString::fromLocal8Bit(std::strerror(systemError));
+    return deviceSays.isEmpty() ? QStringLiteral("write failed") : deviceSays;
 }
 
 } // namespace
@@ -283,8 +303,7 @@ Status writePng(const QImage& source, QIODevice& device, const PngEncoding& enco
 
     out.chunk("IEND", nullptr, 0);
     if (out.failed())
-        return Failure{device.errorString().isEmpty() ? QStringLiteral("write failed")
-                                                      : device.errorString()};
+        return Failure{reason(device.errorString(), out.systemError())};
     return {};
 }
 
@@ -297,8 +316,9 @@ Status writePngFile(const QImage& image, const QString& path, const PngEncoding&
         file.cancelWriting();
         return Failure{QStringLiteral("%1: %2").arg(path, written.message())};
     }
+    errno = 0;
     if (!file.commit())
-        return Failure{QStringLiteral("%1: %2").arg(path, file.errorString())};
+        return Failure{QStringLiteral("%1: %2").arg(path, reason(file.errorString(), errno))};
     return {};
 }
 

@@ -1,5 +1,7 @@
 #include "render/DecodeBudget.h"
 
+#include "render/SourcePixels.h"
+
 #include <QImageReader>
 
 namespace velmora::render {
@@ -12,18 +14,6 @@ namespace {
 constexpr qint64 maxPixelsPerByte = 10'000;
 constexpr qint64 slackPixels = 1'000'000;
 
-bool isSixteenBit(QImage::Format format) {
-    switch (format) {
-    case QImage::Format_RGBX64:
-    case QImage::Format_RGBA64:
-    case QImage::Format_RGBA64_Premultiplied:
-    case QImage::Format_Grayscale16:
-        return true;
-    default:
-        return false;
-    }
-}
-
 } // namespace
 
 Status checkClaimedSize(QImageReader& reader, qint64 dataBytes, qint64 maxPixels,
@@ -32,7 +22,7 @@ Status checkClaimedSize(QImageReader& reader, qint64 dataBytes, qint64 maxPixels
     if (!size.isValid() || size.isEmpty())
         return {};
     const qint64 pixels = qint64(size.width()) * size.height();
-    const int bytesPerPixel = isSixteenBit(reader.imageFormat()) ? 8 : 4;
+    const int bytesPerPixel = isDeepFormat(reader.imageFormat()) ? 8 : 4;
     const qint64 mib = (pixels * bytesPerPixel + (1 << 20) - 1) >> 20;
     if (pixels > maxPixels)
         return Failure{

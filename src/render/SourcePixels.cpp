@@ -15,8 +15,6 @@ namespace velmora::render {
 
 static_assert(Q_BYTE_ORDER == Q_LITTLE_ENDIAN, "32-bit Qt formats are read as B, G, R, A bytes");
 
-namespace {
-
 bool isDeepFormat(QImage::Format format) {
     switch (format) {
     case QImage::Format_RGBX64:
@@ -38,6 +36,8 @@ bool isDeepFormat(QImage::Format format) {
         return false;
     }
 }
+
+namespace {
 
 /// The source pixels under one pixel of a level half as large, with weights: each
 /// new pixel covers exactly its share of the old extent, so every level spans the

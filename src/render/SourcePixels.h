@@ -27,6 +27,10 @@ decltype(auto) withPixelFormat(int format, F&& f) {
     }
 }
 
+/// Whether pictures of this format hold more than 8 bits a channel, so they are
+/// kept at 16 bits (8 bytes a pixel) rather than 8.
+bool isDeepFormat(QImage::Format format);
+
 /// Decoded pixels of a source picture, as read: sRGB-encoded, straight alpha, 8 or 16
 /// bits per channel. A mip pyramid (each level half the size, averaged in linear
 /// light) is built on first need; it adds a third of the picture's memory.

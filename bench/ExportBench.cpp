@@ -1,6 +1,6 @@
 #include "BenchSupport.h"
-#include "model/DocumentFiles.h"
 
+#include "model/DocumentFiles.h"
 #include "render/PngWriter.h"
 #include "render/RenderContext.h"
 

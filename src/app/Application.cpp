@@ -1,8 +1,8 @@
 #include "app/Application.h"
-#include "model/DocumentFiles.h"
 
 #include "app/FatalError.h"
 #include "app/MainWindow.h"
+#include "model/DocumentFiles.h"
 #include "model/PlanetModel.h"
 #include "model/PlanetRenderer.h"
 #include "model/Resources.h"

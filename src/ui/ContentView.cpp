@@ -1,6 +1,6 @@
 #include "ui/ContentView.h"
-#include "model/DocumentFiles.h"
 
+#include "model/DocumentFiles.h"
 #include "model/ImageDecoding.h"
 #include "model/PlanetModel.h"
 #include "model/PlanetRenderer.h"

@@ -1,6 +1,6 @@
 // Takes the screenshots in docs/ of the real window, scripted: the empty window, and
 // the sample planet with the library open and a turned layer selected, and the note
-// a failed export leaves at the bottom of the canvas. Run it under
+// a failed export leaves at the top of the canvas. Run it under
 // a display (Xvfb works): velmora_screenshots OUTDIR [RESOURCES]
 
 #include "app/Application.h"

@@ -168,20 +168,26 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
     setWidget(content);
 }
 
-PillToggle* Sidebar::toggle(const QString& title) const {
-    for (PillToggle* t : m_toggles) {
-        if (t->objectName() == QStringLiteral("toggle:") + title)
-            return t;
+namespace {
+
+/// The control named `prefix` + `title` among `controls`, or null.
+template <typename Control>
+Control* named(const QList<Control*>& controls, const QString& prefix, const QString& title) {
+    for (Control* c : controls) {
+        if (c->objectName() == prefix + title)
+            return c;
     }
     return nullptr;
 }
 
+} // namespace
+
+PillToggle* Sidebar::toggle(const QString& title) const {
+    return named(m_toggles, QStringLiteral("toggle:"), title);
+}
+
 SettingSlider* Sidebar::slider(const QString& title) const {
-    for (SettingSlider* s : m_sliders) {
-        if (s->objectName() == QStringLiteral("slider:") + title)
-            return s;
-    }
-    return nullptr;
+    return named(m_sliders, QStringLiteral("slider:"), title);
 }
 
 } // namespace velmora::ui

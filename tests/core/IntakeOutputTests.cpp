@@ -26,6 +26,15 @@ using namespace velmora;
 
 namespace {
 
+/// `image` as JPEG bytes, for tests that then cut or patch them.
+QByteArray jpegOf(const QImage& image, int quality = -1) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "JPEG", quality);
+    return bytes;
+}
+
 class IntakeTest : public ::testing::Test {
 protected:
     IntakeTest() {
@@ -102,10 +111,8 @@ TEST_F(IntakeTest, AFileThatDoesNotDecodeChangesNothing) {
 TEST_F(IntakeTest, PicturesStandAsTheirOrientationSays) {
     QImage wide(60, 20, QImage::Format_RGB32);
     wide.fill(Qt::white);
-    QByteArray jpeg;
-    QBuffer buffer(&jpeg);
-    buffer.open(QIODevice::WriteOnly);
-    ASSERT_TRUE(wide.save(&buffer, "JPEG"));
+    QByteArray jpeg = jpegOf(wide);
+    ASSERT_FALSE(jpeg.isEmpty());
     // An EXIF segment right after the start of image: one IFD entry, Orientation
     // (0x0112) = 6, "turn 90 degrees clockwise to view".
     static const char exif[] = "\xff\xe1\x00\x22"
@@ -127,10 +134,8 @@ TEST_F(IntakeTest, PicturesStandAsTheirOrientationSays) {
 TEST_F(IntakeTest, OversizedAndImpossibleSizesAreRefusedInWords) {
     QImage small(64, 64, QImage::Format_RGB32);
     small.fill(Qt::gray);
-    QByteArray jpeg;
-    QBuffer buffer(&jpeg);
-    buffer.open(QIODevice::WriteOnly);
-    ASSERT_TRUE(small.save(&buffer, "JPEG"));
+    QByteArray jpeg = jpegOf(small);
+    ASSERT_FALSE(jpeg.isEmpty());
     // Start of frame: FF C0, length, precision, then height and width.
     const qsizetype sof = jpeg.indexOf(QByteArray("\xff\xc0", 2));
     ASSERT_GT(sof, 0);
@@ -168,13 +173,7 @@ TEST_F(IntakeTest, OversizedAndImpossibleSizesAreRefusedInWords) {
 // A JPEG cut short decodes to grey without complaint from the decoder; it is a
 // failure that says so. Data after a complete picture is no such thing.
 TEST_F(IntakeTest, AJpegCutShortIsRefused) {
-    const QByteArray whole = [] {
-        QByteArray bytes;
-        QBuffer buffer(&bytes);
-        buffer.open(QIODevice::WriteOnly);
-        test::testPanorama(512, 256).save(&buffer, "JPEG", 90);
-        return bytes;
-    }();
+    const QByteArray whole = jpegOf(test::testPanorama(512, 256), 90);
     ASSERT_TRUE(decodeImageFile(files.addFile(QStringLiteral("whole.jpg"), whole)).ok());
     ASSERT_TRUE(decodeImageFile(files.addFile(QStringLiteral("trailer.jpg"),
                                               whole + QByteArray("maker's trailer\0\xff", 17)))

@@ -17,6 +17,12 @@ CanvasFrame CanvasFrame::fit(QSizeF view) {
     return {side, QPointF((w - side) * 0.5, (h - side) * 0.5)};
 }
 
+CanvasFrame CanvasFrame::fit(const QRectF& area) {
+    CanvasFrame f = fit(area.size());
+    f.origin += area.topLeft();
+    return f;
+}
+
 QPointF CanvasFrame::toCanvas(NormalizedPoint p) const {
     return {origin.x() + p.x * side, origin.y() + p.y * side};
 }

@@ -17,6 +17,8 @@ struct CanvasFrame {
     /// The largest square that fits `view`, centred on the axis with room to spare;
     /// no rounding.
     static CanvasFrame fit(QSizeF view);
+    /// The same square for an area that starts at `area`'s top-left.
+    static CanvasFrame fit(const QRectF& area);
 
     QRectF square() const { return {origin, QSizeF(side, side)}; }
     /// A normalised square point (0..1, y down) in canvas coordinates.

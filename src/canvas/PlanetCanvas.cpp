@@ -8,6 +8,7 @@
 #include <QMimeData>
 #include <QNativeGestureEvent>
 #include <QPainter>
+#include <QTimer>
 #include <QToolTip>
 
 #include <cmath>
@@ -26,6 +27,11 @@ PlanetCanvas::PlanetCanvas(PlanetModel& model, QWidget* parent)
     setAcceptDrops(true);
     setMouseTracking(true);
     setAttribute(Qt::WA_AcceptTouchEvents, false);
+    // A click gives the canvas the keyboard, for the arrow keys.
+    setFocusPolicy(Qt::ClickFocus);
+    m_nudgeRun = new QTimer(this);
+    m_nudgeRun->setSingleShot(true);
+    m_nudgeRun->setInterval(nudgePauseMs);
     connect(&m_model, &PlanetModel::previewImageChanged, this, [this] { update(); });
     connect(&m_model, &PlanetModel::layersChanged, this, &PlanetCanvas::onLayersChanged);
     connect(&m_model, &PlanetModel::selectedLayerIDChanged, this,
@@ -155,6 +161,51 @@ void PlanetCanvas::onSelectionChanged() {
             dirty += old->toAlignedRect();
     }
     update(dirty);
+}
+
+// ---- keyboard ------------------------------------------------------------------
+
+void PlanetCanvas::nudgeSelected(QPoint pixels) {
+    const QUuid id = m_model.selectedLayerID();
+    const double side = frame().side;
+    if (!m_model.selectedLayer() || !(side > 0.0))
+        return;
+    // A run of nudges without a pause is one step to undo, like one drag.
+    if (!m_nudgeRun->isActive() || m_nudgeLayer != id)
+        m_model.recordHistory();
+    m_nudgeLayer = id;
+    m_nudgeRun->start();
+    m_model.updateLayer(id, [&](PlacedLayer& layer) {
+        layer.center = movedCenter(layer.center, QPointF(pixels), side);
+    });
+}
+
+void PlanetCanvas::keyPressEvent(QKeyEvent* event) {
+    const int step = event->modifiers() & Qt::ShiftModifier ? 10 : 1;
+    QPoint by;
+    switch (event->key()) {
+    case Qt::Key_Left:
+        by = {-step, 0};
+        break;
+    case Qt::Key_Right:
+        by = {step, 0};
+        break;
+    case Qt::Key_Up:
+        by = {0, -step};
+        break;
+    case Qt::Key_Down:
+        by = {0, step};
+        break;
+    default:
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    if (!m_model.selectedLayer()) {
+        event->ignore();
+        return;
+    }
+    nudgeSelected(by);
+    event->accept();
 }
 
 // ---- pointer -------------------------------------------------------------------

@@ -10,6 +10,8 @@
 #include <QUuid>
 #include <QWidget>
 
+class QTimer;
+
 #include <optional>
 
 namespace velmora {
@@ -33,16 +35,24 @@ public:
 
     explicit PlanetCanvas(PlanetModel& model, QWidget* parent = nullptr);
 
-    /// The square for the canvas's current size.
-    CanvasFrame frame() const { return CanvasFrame::fit(QSizeF(size())); }
+    /// The square, fitted inside the contents margins. The chrome is drawn and
+    /// answers over the whole widget, margins included, so handles that stick out of
+    /// the square stay usable up to the widget's edge.
+    CanvasFrame frame() const { return CanvasFrame::fit(QRectF(contentsRect())); }
     /// Where a layer's artwork lies on the canvas now.
     LayerBox boxOf(const PlacedLayer& layer) const;
     /// The topmost layer whose chrome is under `point`, with the part hit.
     std::pair<QUuid, ChromePart> hitAt(QPointF point) const;
 
+    /// Nudges made with less than this pause between them are one undo step.
+    static constexpr int nudgePauseMs = 700;
+    /// Moves the selected layer by whole canvas pixels, as the arrow keys do.
+    void nudgeSelected(QPoint pixels);
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseMoveEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
@@ -73,6 +83,8 @@ private:
     PlanetModel& m_model;
     QHash<QUuid, LayerChrome> m_chromes;
     std::optional<Press> m_press;
+    QTimer* m_nudgeRun = nullptr; ///< running while nudges still join one undo step
+    QUuid m_nudgeLayer;
     QUuid m_trackpadLayer;
     double m_trackpadDegrees = 0.0;
 

@@ -22,6 +22,7 @@ namespace {
 
 constexpr int canvasInset = 28;
 constexpr int inspectorGap = 18;
+constexpr int inspectorSideRoom = 8; ///< least room beside the inspector's capsule
 
 QLabel* emptyText(const QString& text, int size, const QColor& colour) {
     auto* l = new QLabel(text);
@@ -52,6 +53,7 @@ CanvasRegion::CanvasRegion(PlanetModel& model, QWidget* parent)
     setAcceptDrops(true);
 
     m_canvas = new PlanetCanvas(model, this);
+    m_canvas->setContentsMargins(canvasInset, canvasInset, canvasInset, canvasInset);
 
     m_empty = new QWidget(this);
     m_empty->setObjectName(QStringLiteral("emptyState"));
@@ -108,19 +110,24 @@ void CanvasRegion::paintEvent(QPaintEvent*) {
 
 void CanvasRegion::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
-    m_canvas->setGeometry(rect().adjusted(canvasInset, canvasInset, -canvasInset, -canvasInset));
+    m_canvas->setGeometry(rect());
     m_empty->setGeometry(rect());
     placeInspector();
 }
 
-/// Where the inspector rests: centred, its capsule 18 above the bottom edge.
+/// Centred, its capsule 18 above the bottom edge.
+QRect CanvasRegion::inspectorRestGeometry() const {
+    const QSize size = m_inspector->sizeHint();
+    const int bottom = height() - inspectorGap + FloatingCapsule::shadowMargins().bottom();
+    return {(width() - size.width()) / 2, bottom - size.height(), size.width(), size.height()};
+}
+
 void CanvasRegion::placeInspector() {
     if (m_inspectorMotion && m_inspectorMotion->state() == QAbstractAnimation::Running)
         return;
-    const QSize size = m_inspector->sizeHint().expandedTo(m_inspector->size());
-    const int bottom = height() - inspectorGap + FloatingCapsule::shadowMargins().bottom();
-    m_inspector->setGeometry((width() - size.width()) / 2, bottom - size.height(), size.width(),
-                             size.height());
+    const QMargins shadow = FloatingCapsule::shadowMargins();
+    m_inspector->fitWidth(width() - 2 * inspectorSideRoom + shadow.left() + shadow.right());
+    m_inspector->setGeometry(inspectorRestGeometry());
 }
 
 void CanvasRegion::showInspector(bool shown) {

@@ -16,10 +16,10 @@ namespace velmora::ui {
 
 class LayerInspector;
 
-/// The black middle of the window: the canvas (inset 28) while there is a preview,
-/// otherwise the empty state; the selected layer's inspector floating 18 above its
-/// bottom; and the window's drop target for picture files, highlighted while a file
-/// hovers.
+/// The black middle of the window: the canvas while there is a preview (its square
+/// inset 28, its handles usable over the whole region), otherwise the empty state;
+/// the selected layer's inspector floating 18 above its bottom; and the window's drop
+/// target for picture files, highlighted while a file hovers.
 class CanvasRegion : public QWidget {
     Q_OBJECT
 
@@ -30,6 +30,10 @@ public:
     LayerInspector* inspector() const { return m_inspector; }
     QWidget* emptyState() const { return m_empty; }
     bool isTargeted() const { return m_targeted; }
+    /// Whether the inspector is showing or on its way in.
+    bool isInspectorShown() const { return m_inspectorShown; }
+    /// Where the inspector rests when shown, in this region's coordinates.
+    QRect inspectorRestGeometry() const;
 
 Q_SIGNALS:
     /// Files were dropped; only the first is meant to be opened.

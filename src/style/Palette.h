@@ -13,6 +13,8 @@ inline const QColor controlRaised = QColor::fromRgbF(0.17f, 0.18f, 0.215f);
 inline const QColor accent = QColor::fromRgbF(0.45f, 0.79f, 0.96f);
 inline const QColor warm = QColor::fromRgbF(0.98f, 0.72f, 0.38f);
 inline const QColor hairline = QColor::fromRgbF(1.f, 1.f, 1.f, 0.1f);
+/// Text and symbols of actions that lose something (delete, replace).
+inline const QColor destructive = QColor::fromRgbF(1.0f, 0.45f, 0.45f);
 
 /// Text colours of the dark look, as the platform's label hierarchy has them.
 inline const QColor primaryText = QColor::fromRgbF(1.f, 1.f, 1.f, 0.85f);

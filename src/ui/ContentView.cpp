@@ -1,5 +1,6 @@
 #include "ui/ContentView.h"
 
+#include "canvas/PlanetCanvas.h"
 #include "model/DocumentFiles.h"
 #include "model/ImageDecoding.h"
 #include "model/PlanetModel.h"
@@ -149,6 +150,11 @@ void ContentView::buildLayout() {
     connect(m_header->layersToggle(), &QAbstractButton::clicked, this, &ContentView::toggleLibrary);
     connect(m_region, &CanvasRegion::filesDropped, this, &ContentView::handleDrop);
     connect(m_region, &CanvasRegion::importRequested, this, &ContentView::importPhoto);
+    // The region has moved its inspector by now; the toast makes room for it.
+    connect(m_model.get(), &PlanetModel::selectedLayerIDChanged, this, [this] {
+        if (m_toastShown)
+            placeToast();
+    });
 }
 
 void ContentView::buildActions() {
@@ -171,6 +177,21 @@ void ContentView::buildActions() {
     m_redo = action(redo, [this] { m_model->redo(); });
     m_copy = action(QKeySequence::keyBindings(QKeySequence::Copy), [this] { copyImage(); });
     m_paste = action(QKeySequence::keyBindings(QKeySequence::Paste), [this] { pasteImage(); });
+    m_deleteLayer = action({QKeySequence(Qt::Key_Delete), QKeySequence(Qt::Key_Backspace)},
+                           [this] { m_model->deleteSelectedLayer(); });
+    m_deselect =
+        action({QKeySequence(Qt::Key_Escape)}, [this] { m_model->setSelectedLayerID(QUuid()); });
+    const auto followSelection = [this] {
+        const bool selected = m_model->selectedLayer().has_value();
+        m_deleteLayer->setEnabled(selected);
+        m_deselect->setEnabled(selected);
+        // The arrow keys then move the layer rather than a slider that had the focus.
+        if (selected && m_region->canvas()->isVisible())
+            m_region->canvas()->setFocus(Qt::OtherFocusReason);
+    };
+    connect(m_model.get(), &PlanetModel::selectedLayerIDChanged, this, followSelection);
+    connect(m_model.get(), &PlanetModel::layersChanged, this, followSelection);
+    followSelection();
 }
 
 void ContentView::setHelpMenu(QMenu* menu) {
@@ -233,6 +254,10 @@ void ContentView::pasteImage() {
     QPushButton* replace = m_pasteConfirm->addButton(QStringLiteral("Replace current edit"),
                                                      QMessageBox::DestructiveRole);
     replace->setObjectName(QStringLiteral("replace"));
+    // Marked as the choice that loses work, in the colour of the other deletes.
+    QPalette warning = replace->palette();
+    warning.setColor(QPalette::ButtonText, style::Palette::destructive);
+    replace->setPalette(warning);
     QPushButton* cancel =
         m_pasteConfirm->addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
     cancel->setObjectName(QStringLiteral("cancel"));
@@ -326,7 +351,14 @@ void ContentView::placeToast() {
                              size.width(), size.height());
         return;
     }
-    const int bottom = height() - 64 + FloatingCapsule::shadowMargins().bottom();
+    const QMargins shadow = FloatingCapsule::shadowMargins();
+    int bottom = height() - 64 + shadow.bottom();
+    if (m_region->isInspectorShown()) {
+        // Never over the inspector's controls: just above its capsule instead.
+        const QRect inspector =
+            m_region->inspectorRestGeometry().translated(m_region->mapTo(this, QPoint()));
+        bottom = std::min(bottom, inspector.top() + shadow.top() - 10 + shadow.bottom());
+    }
     m_toast->setGeometry((width() - size.width()) / 2, bottom - size.height(), size.width(),
                          size.height());
 }

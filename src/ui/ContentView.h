@@ -60,6 +60,9 @@ public:
     QAction* redoAction() const { return m_redo; }
     QAction* copyAction() const { return m_copy; }
     QAction* pasteAction() const { return m_paste; }
+    /// Delete and Backspace remove the selected layer; Escape deselects it.
+    QAction* deleteLayerAction() const { return m_deleteLayer; }
+    QAction* deselectAction() const { return m_deselect; }
 
     /// How files are chosen; replaced by tests. Empty strings mean cancelled.
     std::function<QString()> chooseImageFile;
@@ -108,6 +111,8 @@ private:
     QAction* m_redo = nullptr;
     QAction* m_copy = nullptr;
     QAction* m_paste = nullptr;
+    QAction* m_deleteLayer = nullptr;
+    QAction* m_deselect = nullptr;
     QString m_lastFolder;
 };
 

@@ -21,8 +21,11 @@ namespace velmora::ui {
 namespace {
 
 constexpr int buttonSide = 26;
+constexpr int spacing = 14;
+constexpr int compactSpacing = 8;
+constexpr int opacityWidth = 110;
+constexpr int compactOpacityWidth = 72;
 constexpr double buttonRadius = 7;
-const QColor destructiveColour = QColor::fromRgbF(1.0f, 0.45f, 0.45f);
 
 void setForeground(QWidget* widget, const QColor& colour) {
     QPalette palette = widget->palette();
@@ -144,7 +147,7 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(shadowMargins() + QMargins(14, 9, 14, 9));
-    row->setSpacing(14);
+    row->setSpacing(spacing);
     row->setSizeConstraint(QLayout::SetFixedSize);
 
     auto* caption = new QLabel(QStringLiteral("Layer"), this);
@@ -152,6 +155,7 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
     caption->setFont(style::uiFont(11, QFont::Bold, 1.0));
     setForeground(caption, style::Palette::secondaryText);
     row->addWidget(caption);
+    m_caption = caption;
 
     auto* opacity = new QHBoxLayout;
     opacity->setSpacing(8);
@@ -160,7 +164,7 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
     m_opacity = new TintedSlider(style::Palette::accent, this);
     m_opacity->setObjectName(QStringLiteral("opacity"));
     m_opacity->setAccessibleName(QStringLiteral("Opacity"));
-    m_opacity->setFixedWidth(110);
+    m_opacity->setFixedWidth(opacityWidth);
     opacity->addWidget(m_opacity);
     row->addLayout(opacity);
 
@@ -192,8 +196,10 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
     IconButton* backward =
         addIconButton(QStringLiteral("square.3.layers.3d.bottom.filled"),
                       QStringLiteral("Send backward"), QStringLiteral("sendBackward"));
-    IconButton* remove = addIconButton(QStringLiteral("trash"), QStringLiteral("Delete (\u232b)"),
+    IconButton* remove = addIconButton(QStringLiteral("trash"), QStringLiteral("Delete layer"),
                                        QStringLiteral("delete"), true);
+    // The keys by the names printed on them.
+    remove->setToolTip(QStringLiteral("Delete layer (Delete or Backspace)"));
 
     // The model's operations act on the selection, which is this inspector's layer.
     connect(m_opacity, &QSlider::sliderPressed, this, [this] { m_model.recordHistory(); });
@@ -224,9 +230,26 @@ LayerInspector::IconButton* LayerInspector::addIconButton(const QString& symbol,
     button->setObjectName(name);
     button->setToolTip(help);
     button->setAccessibleName(help);
-    setForeground(button, destructive ? destructiveColour : QColor(Qt::white));
+    setForeground(button, destructive ? style::Palette::destructive : QColor(Qt::white));
     layout()->addWidget(button);
     return button;
+}
+
+bool LayerInspector::fitWidth(int available) {
+    setCompact(false);
+    if (sizeHint().width() > available)
+        setCompact(true);
+    return sizeHint().width() <= available;
+}
+
+void LayerInspector::setCompact(bool compact) {
+    if (compact == m_compact)
+        return;
+    m_compact = compact;
+    m_caption->setVisible(!compact);
+    m_opacity->setFixedWidth(compact ? compactOpacityWidth : opacityWidth);
+    layout()->setSpacing(compact ? compactSpacing : spacing);
+    layout()->activate();
 }
 
 QSlider* LayerInspector::opacitySlider() const {

@@ -31,6 +31,12 @@ public:
     /// The layer the controls act on: the model's selection as last announced.
     QUuid layerID() const { return m_layerID; }
 
+    /// Lays the bar out to fit `available` pixels if it can: in a narrow canvas it
+    /// drops its caption, closes up and shortens the opacity slider, keeping every
+    /// control. Returns whether it now fits.
+    bool fitWidth(int available);
+    bool isCompact() const { return m_compact; }
+
     QSlider* opacitySlider() const;
     QAbstractButton* blendModeButton() const;
     QAbstractButton* rotationButton() const;
@@ -45,11 +51,14 @@ private:
     void opacityChanged(int position);
     void flip();
     void showBlendMenu();
+    void setCompact(bool compact);
     IconButton* addIconButton(const QString& symbol, const QString& help, const QString& name,
                               bool destructive = false);
 
     PlanetModel& m_model;
     QUuid m_layerID;
+    QWidget* m_caption = nullptr;
+    bool m_compact = false;
     TintedSlider* m_opacity = nullptr;
     ValueButton* m_blendButton = nullptr;
     ValueButton* m_rotationButton = nullptr;

@@ -87,7 +87,7 @@ TEST_F(InspectorTest, ControlsReadLeftToRightWithTheirHelpTexts) {
     EXPECT_EQ(help,
               (QStringList{"Blend mode", "Flip", QString::fromUtf8("Rotate −15°"), "Reset rotation",
                            QString::fromUtf8("Rotate +15°"), "Orient to planet", "Bring forward",
-                           "Send backward", QString::fromUtf8("Delete (⌫)")}));
+                           "Send backward", "Delete layer (Delete or Backspace)"}));
     EXPECT_EQ(help[2].at(7), QChar(0x2212));
 
     const auto* caption = inspector.findChild<QLabel*>(QStringLiteral("caption"));

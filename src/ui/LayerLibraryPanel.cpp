@@ -5,7 +5,9 @@
 #include "style/Palette.h"
 #include "style/Typography.h"
 #include "ui/Checkerboard.h"
+#include "ui/FlowLayout.h"
 #include "ui/SectionLabel.h"
+#include "ui/Thumbnail.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -13,7 +15,6 @@
 #include <QHBoxLayout>
 #include <QHideEvent>
 #include <QLabel>
-#include <QLinearGradient>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
@@ -21,7 +22,6 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
-#include <QWheelEvent>
 
 #include <algorithm>
 #include <cmath>
@@ -117,89 +117,6 @@ protected:
 
 private:
     QString m_value;
-};
-
-/// The chip row's scroller: without a visible bar, so an ordinary wheel scrolls it
-/// sideways, and an edge fades out where more chips lie beyond it.
-class LayerLibraryPanel::ChipScroller final : public QScrollArea {
-public:
-    explicit ChipScroller(QWidget* parent)
-        : QScrollArea(parent)
-        , m_before(new EdgeFade(Qt::RightToLeft, this))
-        , m_after(new EdgeFade(Qt::LeftToRight, this)) {
-        m_before->setObjectName(QStringLiteral("fadeBefore"));
-        m_after->setObjectName(QStringLiteral("fadeAfter"));
-        QScrollBar* bar = horizontalScrollBar();
-        connect(bar, &QScrollBar::valueChanged, this, &ChipScroller::placeFades);
-        connect(bar, &QScrollBar::rangeChanged, this, &ChipScroller::placeFades);
-    }
-
-    /// Scrolls `chip` fully into view, clear of the fades.
-    void reveal(QWidget* chip) { ensureWidgetVisible(chip, fadeWidth + 4, 0); }
-
-protected:
-    void resizeEvent(QResizeEvent* event) override {
-        QScrollArea::resizeEvent(event);
-        placeFades();
-    }
-
-    void wheelEvent(QWheelEvent* event) override {
-        QScrollBar* bar = horizontalScrollBar();
-        const QPoint pixels = event->pixelDelta();
-        const QPoint angle = event->angleDelta();
-        const QPoint delta = pixels.isNull() ? angle / 2 : pixels;
-        const int along = std::abs(delta.x()) > std::abs(delta.y()) ? delta.x() : delta.y();
-        if (bar->maximum() == 0 || along == 0) {
-            event->ignore();
-            return;
-        }
-        bar->setValue(bar->value() - along);
-        event->accept();
-    }
-
-private:
-    /// A strip that blends from nothing into the panel's colour, pointing `towards`
-    /// the hidden chips; it never takes a click from the chip beneath.
-    class EdgeFade final : public QWidget {
-    public:
-        EdgeFade(Qt::LayoutDirection towards, QWidget* parent)
-            : QWidget(parent)
-            , m_towards(towards) {
-            setAttribute(Qt::WA_TransparentForMouseEvents);
-            hide();
-        }
-
-    protected:
-        void paintEvent(QPaintEvent*) override {
-            QPainter painter(this);
-            const bool right = m_towards == Qt::LeftToRight;
-            QLinearGradient fade(right ? 0 : width(), 0, right ? width() : 0, 0);
-            QColor clear = style::Palette::panel;
-            clear.setAlpha(0);
-            fade.setColorAt(0, clear);
-            fade.setColorAt(1, style::Palette::panel);
-            painter.fillRect(rect(), fade);
-        }
-
-    private:
-        Qt::LayoutDirection m_towards;
-    };
-
-    static constexpr int fadeWidth = 28;
-
-    void placeFades() {
-        const QRect area = viewport()->geometry();
-        const QScrollBar* bar = horizontalScrollBar();
-        m_before->setGeometry(area.left(), area.top(), fadeWidth, area.height());
-        m_after->setGeometry(area.right() + 1 - fadeWidth, area.top(), fadeWidth, area.height());
-        m_before->setVisible(bar->value() > bar->minimum());
-        m_after->setVisible(bar->value() < bar->maximum());
-        m_before->raise();
-        m_after->raise();
-    }
-
-    EdgeFade* m_before;
-    EdgeFade* m_after;
 };
 
 /// One thumbnail: the artwork over a checkerboard in a rounded square. The artwork is
@@ -298,8 +215,8 @@ private:
             return;
         // From the library's smallest halving still as wide: a quick, alias-free scale.
         const QImage image = m_model.library().displayImage(m_asset.id, pixels.width());
-        m_thumbnail = QPixmap::fromImage(
-            image.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+        m_thumbnail = QPixmap::fromImage(legibleThumbnail(
+            image.scaled(pixels, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)));
         m_thumbnail.setDevicePixelRatio(ratio);
     }
 
@@ -444,32 +361,19 @@ LayerLibraryPanel::LayerLibraryPanel(PlanetModel& model, QWidget* parent)
         return;
     }
 
-    m_chipScroller = new ChipScroller(this);
-    m_chipScroller->setObjectName(QStringLiteral("chips"));
-    m_chipScroller->setFrameShape(QFrame::NoFrame);
-    m_chipScroller->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_chipScroller->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    m_chipScroller->viewport()->setAutoFillBackground(false);
-    auto* chipRow = new QWidget;
-    auto* chipLayout = new QHBoxLayout(chipRow);
-    chipLayout->setContentsMargins(0, 0, 0, 0);
-    chipLayout->setSpacing(6);
+    // Every category in view at any width: the chips wrap onto further rows.
+    auto* chipRow = new QWidget(this);
+    chipRow->setObjectName(QStringLiteral("chips"));
+    auto* chipLayout = new FlowLayout(chipRow, 6);
     m_chips.append(new Chip(QStringLiteral("All"), QString(), chipRow));
     for (const QString& name : library.categories())
         m_chips.append(new Chip(name, name, chipRow));
     for (Chip* chip : m_chips) {
         chipLayout->addWidget(chip);
-        connect(chip, &QAbstractButton::clicked, this, [this, chip] {
-            setCategory(chip->value());
-            // A chosen chip half beyond the edge comes fully into view.
-            m_chipScroller->reveal(chip);
-        });
+        connect(chip, &QAbstractButton::clicked, this,
+                [this, chip] { setCategory(chip->value()); });
     }
-    chipRow->adjustSize();
-    m_chipScroller->setWidget(chipRow);
-    chipRow->setAutoFillBackground(false);
-    m_chipScroller->setFixedHeight(chipRow->sizeHint().height());
-    stack->addWidget(m_chipScroller);
+    stack->addWidget(chipRow);
 
     m_gridScroller = new QScrollArea(this);
     m_gridScroller->setObjectName(QStringLiteral("grid"));
@@ -553,8 +457,6 @@ void LayerLibraryPanel::hideEvent(QHideEvent* event) {
         setCategory(QString());
         if (m_gridScroller)
             m_gridScroller->verticalScrollBar()->setValue(0);
-        if (m_chipScroller)
-            m_chipScroller->horizontalScrollBar()->setValue(0);
     }
     QWidget::hideEvent(event);
 }

@@ -44,7 +44,6 @@ protected:
 
 private:
     class Chip;
-    class ChipScroller;
     class Cell;
     class Grid;
 
@@ -53,7 +52,6 @@ private:
     PlanetModel& m_model;
     QString m_category;
     QList<Chip*> m_chips;
-    ChipScroller* m_chipScroller = nullptr;
     QScrollArea* m_gridScroller = nullptr;
     Grid* m_grid = nullptr;
 };

@@ -14,6 +14,8 @@
 #include <QVBoxLayout>
 #include <QWindow>
 
+#include <cmath>
+
 namespace velmora::ui {
 
 namespace {
@@ -66,6 +68,10 @@ HeaderButton* windowButton(const QString& symbol, const QString& name, const QSt
 Header::Header(QWidget* parent)
     : QWidget(parent) {
     setObjectName(QStringLiteral("header"));
+    startWindowMove = [this] {
+        if (QWindow* handle = window()->windowHandle())
+            handle->startSystemMove();
+    };
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(22, 16, 22, 16);
     row->setSpacing(14);
@@ -164,13 +170,31 @@ void Header::paintEvent(QPaintEvent*) {
 }
 
 void Header::mousePressEvent(QMouseEvent* event) {
-    // The header is the title bar: the window system moves the window from here.
-    if (event->button() == Qt::LeftButton && window()->windowHandle() && !window()->isMaximized())
-        window()->windowHandle()->startSystemMove();
+    // The header is the title bar. The window system moves the window only once the
+    // pointer has travelled, so the quick clicks of a double-click stay clicks.
+    if (event->button() == Qt::LeftButton && !window()->isMaximized())
+        m_pressedAt = event->position();
     QWidget::mousePressEvent(event);
 }
 
+void Header::mouseMoveEvent(QMouseEvent* event) {
+    if (m_pressedAt && (event->buttons() & Qt::LeftButton)) {
+        const QPointF travel = event->position() - *m_pressedAt;
+        if (std::hypot(travel.x(), travel.y()) >= moveThreshold) {
+            m_pressedAt.reset();
+            startWindowMove();
+        }
+    }
+    QWidget::mouseMoveEvent(event);
+}
+
+void Header::mouseReleaseEvent(QMouseEvent* event) {
+    m_pressedAt.reset();
+    QWidget::mouseReleaseEvent(event);
+}
+
 void Header::mouseDoubleClickEvent(QMouseEvent* event) {
+    m_pressedAt.reset();
     if (event->button() == Qt::LeftButton)
         toggleMaximised();
 }

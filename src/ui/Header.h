@@ -1,6 +1,10 @@
 #pragma once
 
+#include <QPointF>
 #include <QWidget>
+
+#include <functional>
+#include <optional>
 
 class QMenu;
 class QMenuBar;
@@ -28,9 +32,16 @@ public:
     /// Puts `menu` (the application's Help menu) in the header's menu bar.
     void setHelpMenu(QMenu* menu);
 
+    /// Pointer travel, in pixels, after which a press on the header moves the window.
+    static constexpr double moveThreshold = 4.0;
+    /// Hands the window to the window system to move; replaced by tests.
+    std::function<void()> startWindowMove;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
     void showEvent(QShowEvent* event) override;
@@ -46,6 +57,7 @@ private:
     HeaderButton* m_maximise = nullptr;
     QMenuBar* m_menuBar = nullptr;
     bool m_watchingWindow = false;
+    std::optional<QPointF> m_pressedAt;
 };
 
 } // namespace velmora::ui

@@ -9,17 +9,6 @@
 
 namespace velmora {
 
-namespace {
-
-Result<QImage> renderOutput(PlanetModel& model) {
-    if (!model.hasSource())
-        return Failure{QStringLiteral("there is no picture")};
-    return model.renderer().render(model.look(), model.sourceImage(), model.library(),
-                                   model.outputSize());
-}
-
-} // namespace
-
 Status loadImageFile(PlanetModel& model, const QString& path) {
     const Result<render::Image> decoded = decodeImageFile(path);
     if (!decoded)
@@ -41,15 +30,40 @@ QString defaultExportFileName(const PlanetModel& model) {
            QStringLiteral("-velmora.png");
 }
 
-Status exportPNG(PlanetModel& model, const QString& path) {
-    const Result<QImage> pixels = renderOutput(model);
+Result<OutputSnapshot> snapshotOutput(PlanetModel& model) {
+    if (!model.hasSource())
+        return Failure{QStringLiteral("there is no picture")};
+    const int side = model.outputSize();
+    Result<render::Image> planet =
+        model.renderer().planet(model.look(), model.sourceImage(), model.library(), side);
+    if (!planet)
+        return planet.failure();
+    return OutputSnapshot{model.renderer(), std::move(planet).value(), side};
+}
+
+Result<QImage> OutputSnapshot::render(render::RenderProgress* progress) const {
+    return renderer.renderPixels(planet, side, progress);
+}
+
+Status OutputSnapshot::writePNG(const QString& path, render::RenderProgress* progress) const {
+    const Result<QImage> pixels = render(progress);
     if (!pixels)
         return Failure{QStringLiteral("%1: %2").arg(path, pixels.message())};
     return render::writePngFile(*pixels, path);
 }
 
+Status exportPNG(PlanetModel& model, const QString& path) {
+    const Result<OutputSnapshot> snapshot = snapshotOutput(model);
+    if (!snapshot)
+        return Failure{QStringLiteral("%1: %2").arg(path, snapshot.message())};
+    return snapshot->writePNG(path);
+}
+
 Status copyToClipboard(PlanetModel& model) {
-    const Result<QImage> pixels = renderOutput(model);
+    const Result<OutputSnapshot> snapshot = snapshotOutput(model);
+    if (!snapshot)
+        return snapshot.failure();
+    const Result<QImage> pixels = snapshot->render();
     if (!pixels)
         return pixels.failure();
     return copyImageToClipboard(*pixels);

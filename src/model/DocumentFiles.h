@@ -1,7 +1,11 @@
 #pragma once
 
+#include "model/PlanetRenderer.h"
+#include "render/Image.h"
+#include "render/RenderContext.h"
 #include "render/Result.h"
 
+#include <QImage>
 #include <QString>
 
 namespace velmora {
@@ -17,8 +21,25 @@ Status loadImageFile(PlanetModel& model, const QString& path);
 Status pasteFromClipboard(PlanetModel& model);
 /// The source's base name (or "Planet") followed by "-velmora.png".
 QString defaultExportFileName(const PlanetModel& model);
-/// Renders at the output size and writes an 8-bit RGBA PNG tagged sRGB, atomically:
-/// a failure leaves no partial file and any existing file intact.
+/// The planet an export or a copy makes, taken from the document as it is now: the
+/// look's recipe at the output size, holding its source and artwork. Rendering it
+/// needs nothing else, so it may run on another thread while the document goes on
+/// changing.
+struct OutputSnapshot {
+    PlanetRenderer renderer;
+    render::Image planet;
+    int side = 0;
+
+    /// The pixels, straight 8-bit RGBA; any thread.
+    Result<QImage> render(render::RenderProgress* progress = nullptr) const;
+    /// Renders and writes an 8-bit RGBA PNG tagged sRGB, atomically: a failure leaves
+    /// no partial file and any existing file intact. Any thread.
+    Status writePNG(const QString& path, render::RenderProgress* progress = nullptr) const;
+};
+/// Main thread; fails when there is no picture or the look cannot be rendered.
+Result<OutputSnapshot> snapshotOutput(PlanetModel& model);
+
+/// Renders at the output size and writes the PNG (snapshotOutput, then writePNG).
 Status exportPNG(PlanetModel& model, const QString& path);
 /// Renders at the output size and puts the picture on the clipboard as PNG and TIFF.
 Status copyToClipboard(PlanetModel& model);

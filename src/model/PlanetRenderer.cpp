@@ -103,8 +103,13 @@ Result<QImage> PlanetRenderer::render(const Look& look, const render::Image& sou
     const Result<render::Image> recipe = planet(look, source, library, side);
     if (!recipe)
         return recipe.failure();
-    QImage pixels = m_context.render(*recipe, QRect(0, 0, side, side),
-                                     render::RenderContext::Layout::straightRgba8);
+    return renderPixels(*recipe, side);
+}
+
+Result<QImage> PlanetRenderer::renderPixels(const render::Image& planet, int side,
+                                            render::RenderProgress* progress) const {
+    QImage pixels = m_context.render(planet, QRect(0, 0, side, side),
+                                     render::RenderContext::Layout::straightRgba8, progress);
     if (pixels.isNull())
         return noMemory(side);
     return pixels;

@@ -52,6 +52,10 @@ public:
     /// The planet in pixels, as export and copy write it: straight 8-bit RGBA.
     Result<QImage> render(const Look& look, const render::Image& source, LayerLibrary& library,
                           int side) const;
+    /// The pixels of a recipe from planet() at `side`, as render() makes them. Safe on
+    /// any thread: the recipe holds everything it reads.
+    Result<QImage> renderPixels(const render::Image& planet, int side,
+                                render::RenderProgress* progress = nullptr) const;
     /// The planet without its layers (the canvas draws those itself), premultiplied
     /// ARGB32, ready to paint.
     Result<QImage> renderPreview(const Look& look, const render::Image& source, int side) const;

@@ -78,10 +78,13 @@ void storeRow16(const float* src, quint16* dst, int width) {
 }
 
 template <typename TileFn>
-void forEachTile(const Image& image, const QRect& area, TileFn&& fn) {
+void forEachTile(const Image& image, const QRect& area, TileFn&& fn,
+                 RenderProgress* progress = nullptr) {
     image.node()->prepare();
     const int cols = (area.width() + RenderContext::tileSize - 1) / RenderContext::tileSize;
     const int rows = (area.height() + RenderContext::tileSize - 1) / RenderContext::tileSize;
+    if (progress)
+        progress->tiles.store(cols * rows, std::memory_order_relaxed);
     tbb::enumerable_thread_specific<Scratch> scratch;
     tbb::parallel_for(
         tbb::blocked_range<int>(0, cols * rows), [&](const tbb::blocked_range<int>& r) {
@@ -94,13 +97,16 @@ void forEachTile(const Image& image, const QRect& area, TileFn&& fn) {
                 Scratch::Buffer buffer = local.acquire(tile.width(), tile.height());
                 image.node()->render(tile, buffer.view(), local);
                 fn(tile, buffer.view());
+                if (progress)
+                    progress->tilesDone.fetch_add(1, std::memory_order_relaxed);
             }
         });
 }
 
 } // namespace
 
-QImage RenderContext::render(const Image& image, const QRect& area, Layout layout) const {
+QImage RenderContext::render(const Image& image, const QRect& area, Layout layout,
+                             RenderProgress* progress) const {
     if (area.isEmpty())
         return {};
     QImage::Format format = QImage::Format_RGBA8888;
@@ -109,12 +115,13 @@ QImage RenderContext::render(const Image& image, const QRect& area, Layout layou
     else if (layout == Layout::straightRgba16)
         format = QImage::Format_RGBA64;
     QImage target(area.size(), format);
-    if (target.isNull() || !renderInto(image, area, target))
+    if (target.isNull() || !renderInto(image, area, target, progress))
         return {};
     return target;
 }
 
-bool RenderContext::renderInto(const Image& image, const QRect& area, QImage& target) const {
+bool RenderContext::renderInto(const Image& image, const QRect& area, QImage& target,
+                               RenderProgress* progress) const {
     const bool argb = target.format() == QImage::Format_ARGB32_Premultiplied;
     const bool deep = target.format() == QImage::Format_RGBA64;
     if (area.isEmpty() || target.size() != area.size() ||
@@ -123,16 +130,19 @@ bool RenderContext::renderInto(const Image& image, const QRect& area, QImage& ta
     uchar* bits = target.bits();
     const qsizetype bpl = target.bytesPerLine();
     const int pixelBytes = deep ? 8 : 4;
-    forEachTile(image, area, [&](const QRect& tile, const TileView& view) {
-        for (int y = 0; y < view.height; ++y) {
-            uchar* line = bits + (tile.top() - area.top() + y) * bpl +
-                          pixelBytes * (tile.left() - area.left());
-            if (deep)
-                storeRow16(view.row(y), reinterpret_cast<quint16*>(line), view.width);
-            else
-                storeRow(view.row(y), line, view.width, tile.left(), tile.top() + y, argb);
-        }
-    });
+    forEachTile(
+        image, area,
+        [&](const QRect& tile, const TileView& view) {
+            for (int y = 0; y < view.height; ++y) {
+                uchar* line = bits + (tile.top() - area.top() + y) * bpl +
+                              pixelBytes * (tile.left() - area.left());
+                if (deep)
+                    storeRow16(view.row(y), reinterpret_cast<quint16*>(line), view.width);
+                else
+                    storeRow(view.row(y), line, view.width, tile.left(), tile.top() + y, argb);
+            }
+        },
+        progress);
     return true;
 }
 

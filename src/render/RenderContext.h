@@ -5,9 +5,23 @@
 #include <QImage>
 #include <QRect>
 
+#include <atomic>
 #include <vector>
 
 namespace velmora::render {
+
+/// How far a render has come, for a progress bar on another thread: tiles done out
+/// of tiles in all. Written by the render, read by anyone.
+struct RenderProgress {
+    std::atomic<int> tilesDone{0};
+    std::atomic<int> tiles{0};
+
+    /// 0 before the render has counted its tiles, then the share done, up to 1.
+    double fraction() const {
+        const int all = tiles.load(std::memory_order_relaxed);
+        return all > 0 ? static_cast<double>(tilesDone.load(std::memory_order_relaxed)) / all : 0.0;
+    }
+};
 
 /// Renders lazy images into pixels: the area is cut into tiles, every stage of the
 /// recipe runs fused per tile (no full-size intermediates), and the tiles run on the
@@ -29,11 +43,14 @@ public:
     /// Renders `area` of `image` (image coordinates) into a new image; 8-bit layouts get
     /// an ordered dither of half a code value so smooth gradients do not band. Returns
     /// a null image when the area is empty or its memory cannot be had.
-    QImage render(const Image& image, const QRect& area, Layout layout) const;
+    /// `progress`, when given, counts the tiles as they finish.
+    QImage render(const Image& image, const QRect& area, Layout layout,
+                  RenderProgress* progress = nullptr) const;
 
     /// Renders into an existing image of area's size in one of the layouts
     /// (Format_ARGB32_Premultiplied, Format_RGBA8888 or Format_RGBA64).
-    bool renderInto(const Image& image, const QRect& area, QImage& target) const;
+    bool renderInto(const Image& image, const QRect& area, QImage& target,
+                    RenderProgress* progress = nullptr) const;
 
     /// The raw tile values (premultiplied, sRGB-encoded, unclamped floats), four per
     /// pixel, row after row: for tests and tools that need exact numbers.

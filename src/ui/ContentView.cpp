@@ -1,6 +1,7 @@
 #include "ui/ContentView.h"
 
 #include "canvas/PlanetCanvas.h"
+#include "model/Clipboard.h"
 #include "model/DocumentFiles.h"
 #include "model/ImageDecoding.h"
 #include "model/PlanetModel.h"
@@ -12,6 +13,8 @@
 #include "ui/Header.h"
 #include "ui/HeaderButton.h"
 #include "ui/LayerLibraryPanel.h"
+#include "ui/OutputJob.h"
+#include "ui/ProgressStrip.h"
 #include "ui/Sidebar.h"
 #include "ui/SizeSelector.h"
 #include "ui/Toast.h"
@@ -52,15 +55,6 @@ QWidget* hairline(Qt::Orientation orientation) {
         line->setFixedWidth(1);
     return line;
 }
-
-/// The busy cursor while an export or a copy renders on the main thread.
-class BusyCursor {
-public:
-    BusyCursor() { QApplication::setOverrideCursor(Qt::WaitCursor); }
-    ~BusyCursor() { QApplication::restoreOverrideCursor(); }
-    BusyCursor(const BusyCursor&) = delete;
-    BusyCursor& operator=(const BusyCursor&) = delete;
-};
 
 bool clipboardHasImage() {
     const QMimeData* mime = QGuiApplication::clipboard()->mimeData();
@@ -150,6 +144,20 @@ void ContentView::buildLayout() {
     connect(m_header->layersToggle(), &QAbstractButton::clicked, this, &ContentView::toggleLibrary);
     connect(m_region, &CanvasRegion::filesDropped, this, &ContentView::handleDrop);
     connect(m_region, &CanvasRegion::importRequested, this, &ContentView::importPhoto);
+
+    // Exports and copies render beside the window; a long one shows a thin bar along
+    // the top of the canvas and the busy pointer.
+    m_output = new OutputJob(this);
+    m_progress = new ProgressStrip([this] { return m_output->progress(); }, m_region);
+    connect(m_output, &OutputJob::runningChanged, this, &ContentView::refreshEnabling);
+    connect(m_output, &OutputJob::showingChanged, this, [this](bool showing) {
+        m_progress->setVisible(showing);
+        m_progress->raise();
+        if (showing)
+            QApplication::setOverrideCursor(Qt::BusyCursor);
+        else
+            QApplication::restoreOverrideCursor();
+    });
     // The region has moved its inspector by now; the toast makes room for it.
     connect(m_model.get(), &PlanetModel::selectedLayerIDChanged, this, [this] {
         if (m_toastShown)
@@ -204,9 +212,10 @@ void ContentView::refreshEnabling() {
     m_header->redoButton()->setEnabled(m_model->canRedo());
     m_undo->setEnabled(m_model->canUndo());
     m_redo->setEnabled(m_model->canRedo());
-    m_header->exportButton()->setEnabled(hasSource);
+    const bool free = !m_output->isRunning(); // one export or copy at a time
+    m_header->exportButton()->setEnabled(hasSource && free);
     m_header->layersToggle()->setEnabled(hasSource);
-    m_copy->setEnabled(hasSource);
+    m_copy->setEnabled(hasSource && free);
 }
 
 // ---- intake --------------------------------------------------------------------
@@ -296,7 +305,7 @@ QString ContentView::defaultExportFile(const QString& suggestedName) {
 }
 
 void ContentView::exportImage() {
-    if (!m_model->hasSource())
+    if (!m_model->hasSource() || m_output->isRunning())
         return;
     QString path = chooseExportFile(defaultExportFileName(*m_model));
     if (path.isEmpty())
@@ -304,28 +313,48 @@ void ContentView::exportImage() {
     if (QFileInfo(path).suffix().compare(QLatin1String("png"), Qt::CaseInsensitive) != 0)
         path += QStringLiteral(".png");
     m_lastFolder = QFileInfo(path).absolutePath();
-    Status exported;
-    {
-        const BusyCursor busy;
-        // Written whole or not at all; an existing file survives a failure.
-        exported = exportPNG(*m_model, path);
+    // The planet as it is now; the window stays free while it renders and writes.
+    const Result<OutputSnapshot> snapshot = snapshotOutput(*m_model);
+    if (!snapshot) {
+        showToast(true, QStringLiteral("Couldn't export %1: %2").arg(path, snapshot.message()));
+        return;
     }
-    if (!exported)
-        showToast(true, QStringLiteral("Couldn't export ") + exported.message());
+    m_output->start(
+        [planet = *snapshot, path](render::RenderProgress& progress) {
+            // Written whole or not at all; an existing file survives a failure.
+            return planet.writePNG(path, &progress);
+        },
+        [this](const Status& written) {
+            if (!written)
+                showToast(true, QStringLiteral("Couldn't export ") + written.message());
+        });
 }
 
 void ContentView::copyImage() {
-    if (!m_model->hasSource())
+    if (!m_model->hasSource() || m_output->isRunning())
         return;
-    Status copied;
-    {
-        const BusyCursor busy;
-        copied = copyToClipboard(*m_model);
+    const Result<OutputSnapshot> snapshot = snapshotOutput(*m_model);
+    if (!snapshot) {
+        showToast(true, QStringLiteral("Couldn't copy: ") + snapshot.message());
+        return;
     }
-    if (copied)
-        showToast(false, QStringLiteral("Copied to clipboard"));
-    else
-        showToast(true, QStringLiteral("Couldn't copy: ") + copied.message());
+    auto pixels = std::make_shared<QImage>();
+    m_output->start(
+        [planet = *snapshot, pixels](render::RenderProgress& progress) -> Status {
+            Result<QImage> rendered = planet.render(&progress);
+            if (!rendered)
+                return rendered.failure();
+            *pixels = std::move(rendered).value();
+            return {};
+        },
+        [this, pixels](const Status& rendered) {
+            // The clipboard belongs to the main thread.
+            const Status copied = rendered ? copyImageToClipboard(*pixels) : rendered;
+            if (copied)
+                showToast(false, QStringLiteral("Copied to clipboard"));
+            else
+                showToast(true, QStringLiteral("Couldn't copy: ") + copied.message());
+        });
 }
 
 void ContentView::showToast(bool failed, const QString& text) {

@@ -22,6 +22,8 @@ namespace velmora::ui {
 class CanvasRegion;
 class Header;
 class LayerLibraryPanel;
+class OutputJob;
+class ProgressStrip;
 class Sidebar;
 class SizeSelector;
 class Toast;
@@ -55,6 +57,9 @@ public:
     Toast* toast() const { return m_toast; }
     bool isToastShown() const { return m_toastShown; }
     QMessageBox* pasteConfirmation() const { return m_pasteConfirm; }
+    /// The export or copy under way, if any.
+    OutputJob* outputJob() const { return m_output; }
+    ProgressStrip* progressStrip() const { return m_progress; }
 
     QAction* undoAction() const { return m_undo; }
     QAction* redoAction() const { return m_redo; }
@@ -107,6 +112,8 @@ private:
     bool m_toastShown = false;
     int m_toastID = 0;
     QMessageBox* m_pasteConfirm = nullptr;
+    OutputJob* m_output = nullptr;
+    ProgressStrip* m_progress = nullptr;
     QAction* m_undo = nullptr;
     QAction* m_redo = nullptr;
     QAction* m_copy = nullptr;

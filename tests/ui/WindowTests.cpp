@@ -11,6 +11,7 @@
 #include "ui/HeaderButton.h"
 #include "ui/LayerInspector.h"
 #include "ui/LayerLibraryPanel.h"
+#include "ui/OutputJob.h"
 #include "ui/PillToggle.h"
 #include "ui/PresetButton.h"
 #include "ui/SettingSlider.h"
@@ -70,6 +71,10 @@ protected:
         ui::SettingSlider* s = view().sidebar()->slider(QString::fromLatin1(title));
         EXPECT_NE(s, nullptr) << title;
         return *s;
+    }
+    /// Waits for the export or copy under way to finish and report.
+    void settle() const {
+        EXPECT_TRUE(QTest::qWaitFor([this] { return !view().outputJob()->isRunning(); }, 20000));
     }
     void load(const QString& name = QStringLiteral("beach")) {
         model().loadImage(render::Image::fromQImage(test::testPanorama(800, 400)), name);
@@ -345,9 +350,11 @@ TEST_F(WindowTest, OnlyTheLatestCopyHidesTheToast) {
     load();
     model().setOutputSize(2048);
     view().copyImage();
+    settle();
     EXPECT_TRUE(view().isToastShown());
     QTest::qWait(1000);
     view().copyImage();
+    settle();
     QTest::qWait(900); // 1.9 s after the first copy: its timer has passed
     EXPECT_TRUE(view().isToastShown());
     EXPECT_TRUE(view().toast()->isVisible());
@@ -393,6 +400,7 @@ TEST_F(WindowTest, ImportAndExportGoThroughTheirDialogs) {
     };
     model().setOutputSize(2048);
     QTest::mouseClick(view().header()->exportButton(), Qt::LeftButton);
+    settle();
     EXPECT_EQ(suggested, QStringLiteral("beach-velmora.png"));
     EXPECT_TRUE(QFileInfo::exists(out + QStringLiteral(".png"))); // the PNG suffix is added
 
@@ -414,6 +422,7 @@ TEST_F(WindowTest, FailuresAreSaidInTheToastAndChangeNothing) {
     const QString out = notAFolder + QStringLiteral("/planet.png");
     view().chooseExportFile = [&](const QString&) { return out; };
     QTest::mouseClick(view().header()->exportButton(), Qt::LeftButton);
+    settle();
     EXPECT_TRUE(view().isToastShown());
     EXPECT_EQ(view().toast()->kind(), ui::Toast::Kind::failed);
     EXPECT_TRUE(view().toast()->text().startsWith(QStringLiteral("Couldn't export ") + out))
@@ -439,6 +448,7 @@ TEST_F(WindowTest, FailuresAreSaidInTheToastAndChangeNothing) {
 
     // A success after a failure shows the plain confirmation again.
     view().copyImage();
+    settle();
     EXPECT_EQ(view().toast()->kind(), ui::Toast::Kind::done);
     EXPECT_EQ(view().toast()->text(), QStringLiteral("Copied to clipboard"));
 }

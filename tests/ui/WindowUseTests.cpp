@@ -3,6 +3,7 @@
 #include "app/MainWindow.h"
 #include "canvas/PlanetCanvas.h"
 #include "model/PlanetModel.h"
+#include "model/PlanetRenderer.h"
 #include "model/Resources.h"
 #include "style/Palette.h"
 #include "support/TestSupport.h"
@@ -11,6 +12,8 @@
 #include "ui/Header.h"
 #include "ui/HeaderButton.h"
 #include "ui/LayerInspector.h"
+#include "ui/OutputJob.h"
+#include "ui/ProgressStrip.h"
 #include "ui/Thumbnail.h"
 #include "ui/Toast.h"
 
@@ -19,12 +22,15 @@
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
+#include <QColorSpace>
+#include <QImageReader>
 #include <QLabel>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSlider>
 #include <QTest>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -197,7 +203,7 @@ TEST_F(WindowUseTest, TheInspectorStaysWholeAtTheSmallestWindowWithTheLibraryOpe
 TEST_F(WindowUseTest, TheCopyToastNeverCoversTheInspector) {
     addLayer({0.5, 0.5});
     view().copyImage();
-    QTRY_VERIFY(view().isToastShown());
+    ASSERT_TRUE(QTest::qWaitFor([this] { return view().isToastShown(); }, 20000));
     QTest::qWait(400); // the entrance settles
     const QRect toast =
         inWindow(view().toast()).marginsRemoved(ui::FloatingCapsule::shadowMargins());
@@ -297,6 +303,47 @@ TEST_F(WindowUseTest, ThePasteDialogMarksReplacingAsTheDestructiveChoice) {
     EXPECT_EQ(replace->palette().color(QPalette::ButtonText), style::Palette::destructive);
     EXPECT_EQ(dialog->defaultButton()->objectName(), QStringLiteral("cancel"));
     dialog->reject();
+}
+
+TEST_F(WindowUseTest, AnExportRendersBesideTheWindowShowingItsProgress) {
+    test::TempTree files;
+    const QString out = files.file(QStringLiteral("planet.png"));
+    view().chooseExportFile = [&](const QString&) { return out; };
+    model().setOutputSize(4096);
+    const Look clicked = model().look();
+
+    QTest::mouseClick(view().header()->exportButton(), Qt::LeftButton);
+    // Back in the window at once, with the render under way.
+    ASSERT_TRUE(view().outputJob()->isRunning());
+    EXPECT_FALSE(view().header()->exportButton()->isEnabled());
+    EXPECT_FALSE(view().copyAction()->isEnabled());
+    bool answered = false;
+    QTimer::singleShot(20, [&answered] { answered = true; });
+    model().setSetting(Setting::zoom, 3.0); // the document goes on changing
+    double seen = 0.0;
+    bool shown = false;
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] {
+            shown = shown || view().progressStrip()->isVisible();
+            seen = std::max(seen, view().progressStrip()->value());
+            return !view().outputJob()->isRunning();
+        },
+        60000));
+    EXPECT_TRUE(answered);
+    EXPECT_TRUE(shown);
+    EXPECT_GT(seen, 0.0);
+    EXPECT_FALSE(view().progressStrip()->isVisible());
+    EXPECT_EQ(QApplication::overrideCursor(), nullptr);
+    EXPECT_TRUE(view().header()->exportButton()->isEnabled());
+    EXPECT_FALSE(view().isToastShown()); // nothing failed
+
+    // The file holds the look as it was when Export was clicked.
+    const Result<QImage> expected =
+        model().renderer().render(clicked, model().sourceImage(), model().library(), 4096);
+    ASSERT_TRUE(expected);
+    QImage written = QImageReader(out).read().convertToFormat(QImage::Format_RGBA8888);
+    written.setColorSpace(expected->colorSpace()); // the file's sRGB tag aside
+    EXPECT_EQ(written, *expected);
 }
 
 TEST(Thumbnail, FaintArtworkIsRaisedToReadAndStrongArtworkIsLeftAlone) {

@@ -2,6 +2,7 @@
 
 #include "model/PlanetModel.h"
 
+#include <QImage>
 #include <QString>
 
 #include <memory>
@@ -10,6 +11,9 @@ namespace velmora::bench {
 
 /// The staged resources folder of the build (kernel, artwork, sample panorama).
 QString resources();
+
+/// The shipped sample panorama (8000 x 4000), or null when the build has none.
+QImage samplePicture();
 
 /// A model holding the shipped sample panorama (8000 x 4000), or null with the
 /// benchmark skipped when the build has no sample.

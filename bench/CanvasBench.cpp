@@ -2,8 +2,12 @@
 
 #include "canvas/PlanetCanvas.h"
 #include "model/Resources.h"
+#include "ui/ContentView.h"
+#include "ui/SettingSlider.h"
+#include "ui/Sidebar.h"
 
 #include <QApplication>
+#include <QSlider>
 
 #include <benchmark/benchmark.h>
 
@@ -47,3 +51,58 @@ BENCHMARK(canvasDragFrame)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime()
     ->MinTime(2.0);
+
+// How fast the sliders feel: from a change of the Rotate slider's value to the
+// repainted canvas, in the window at its smallest (1100 x 760) with the sample.
+// Arg 0: the preset (-1 the defaults). Arg 1: 1 for changes through the slider (a
+// drag, steps or keys: draft previews until a pause), 0 for the full 1100 preview
+// that follows the pause.
+static void sliderToCanvas(benchmark::State& state) {
+    const QImage picture = bench::samplePicture();
+    Result<PlanetRenderer> renderer = PlanetRenderer::load(bench::resources());
+    if (picture.isNull() || !renderer) {
+        state.SkipWithError("no sample panorama or kernel in the resources");
+        return;
+    }
+    setResourcesRoot(bench::resources());
+    {
+        ui::ContentView view(*renderer);
+        view.resize(1100, 760);
+        view.show();
+        PlanetModel& model = view.model();
+        model.loadImage(render::Image::fromQImage(picture), QStringLiteral("panorama"));
+        const auto preset = state.range(0);
+        if (preset >= 0)
+            model.applyPreset(allPresets[static_cast<size_t>(preset)]);
+        QApplication::processEvents();
+        QSlider* rotate = view.sidebar()->slider(QStringLiteral("Rotate"))->slider();
+        const bool draft = state.range(1) == 1;
+        if (draft)
+            rotate->setSliderDown(true); // as a press on the knob does
+        const int from = rotate->value();
+        const int by = from + rotate->pageStep() <= rotate->maximum() ? rotate->pageStep()
+                                                                      : -rotate->pageStep();
+        const double degrees = model.setting(Setting::rotationDegrees);
+        int step = 0;
+        for (auto _ : state) {
+            const bool away = ++step % 2 == 1;
+            if (draft)
+                rotate->setValue(from + (away ? by : 0));
+            else // what the pause after a run renders
+                model.setSetting(Setting::rotationDegrees, degrees + (away ? 5.0 : 0.0));
+            QApplication::processEvents(); // the canvas paints the new preview
+        }
+        if (draft)
+            rotate->setSliderDown(false);
+        state.SetLabel((preset >= 0 ? presetTitle(allPresets[static_cast<size_t>(preset)])
+                                    : QStringLiteral("defaults"))
+                           .toStdString() +
+                       (draft ? ", draft" : ", full"));
+    }
+    setResourcesRoot({});
+}
+BENCHMARK(sliderToCanvas)
+    ->ArgsProduct({benchmark::CreateDenseRange(-1, 4, 1), {1, 0}})
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->MinTime(1.0);

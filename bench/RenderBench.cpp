@@ -17,10 +17,14 @@ QString resources() {
     return QStringLiteral(VELMORA_BENCH_RESOURCES);
 }
 
-std::unique_ptr<PlanetModel> modelWithSample() {
+QImage samplePicture() {
     QImageReader reader(resources() + QStringLiteral("/samples/panorama.jpg"));
     QImageReader::setAllocationLimit(0);
-    const QImage picture = reader.read();
+    return reader.read();
+}
+
+std::unique_ptr<PlanetModel> modelWithSample() {
+    const QImage picture = samplePicture();
     if (picture.isNull())
         return nullptr;
     Result<PlanetRenderer> renderer = PlanetRenderer::load(resources());

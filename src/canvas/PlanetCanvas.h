@@ -44,6 +44,9 @@ public:
     /// The topmost layer whose chrome is under `point`, with the part hit.
     std::pair<QUuid, ChromePart> hitAt(QPointF point) const;
 
+    /// The cache key of the preview the last paint showed.
+    qint64 shownPreviewKey() const { return m_previewKey; }
+
     /// Nudges made with less than this pause between them are one undo step.
     static constexpr int nudgePauseMs = 700;
     /// Moves the selected layer by whole canvas pixels, as the arrow keys do.

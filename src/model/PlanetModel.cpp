@@ -238,12 +238,21 @@ void PlanetModel::refreshPreview() {
         m_previewImage = QImage();
         Q_EMIT previewImageChanged();
     } else if (m_previewRendering) {
-        if (Result<QImage> preview = m_renderer.renderPreview(m_look, m_sourceImage, previewSide)) {
+        const int side = m_drafting ? draftSide : previewSide;
+        if (Result<QImage> preview = m_renderer.renderPreview(m_look, m_sourceImage, side)) {
             m_previewImage = std::move(preview).value();
             Q_EMIT previewImageChanged();
         }
     }
     Q_EMIT previewRefreshed();
+}
+
+void PlanetModel::setDrafting(bool on) {
+    if (on == m_drafting)
+        return;
+    m_drafting = on;
+    if (!on)
+        refreshPreview();
 }
 
 // ---- intake and output --------------------------------------------------------

@@ -45,6 +45,9 @@ public:
     using PlanetState = Look;
 
     static constexpr int previewSide = 1100;
+    /// The preview's side while a slider is dragged: a quarter of the pixels, so the
+    /// planet follows the pointer; the full preview follows when the drag ends.
+    static constexpr int draftSide = previewSide / 2;
     static constexpr int maxHistory = 100;
 
     /// Renders with `renderer` and scans the layer library in `resourcesRoot`.
@@ -129,6 +132,10 @@ public:
     /// Off: refreshes still count and announce themselves, but render nothing (for
     /// tools that never show the preview).
     void setPreviewRendering(bool on) { m_previewRendering = on; }
+    /// On while the user drags a slider: refreshes render at draftSide. Turning it off
+    /// renders the full preview at once.
+    void setDrafting(bool on);
+    bool isDrafting() const { return m_drafting; }
 
     // Intake and output
     /// Installs a new picture and starts a fresh document: layers, selection and
@@ -178,6 +185,7 @@ private:
     bool m_isApplyingPreset = false;
     int m_previewRefreshCount = 0;
     bool m_previewRendering = true;
+    bool m_drafting = false;
 };
 
 } // namespace velmora

@@ -10,6 +10,7 @@
 #include <QKeyEvent>
 #include <QLabel>
 #include <QSignalBlocker>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <cmath>
@@ -78,6 +79,15 @@ SettingSlider::SettingSlider(SettingSliderConfig config, QWidget* parent)
     connect(m_slider, &QSlider::sliderPressed, this, [this] {
         if (m_config.onCommit)
             m_config.onCommit();
+        setDrafting(true);
+    });
+    connect(m_slider, &QSlider::sliderReleased, this, [this] { setDrafting(false); });
+    m_runEnd = new QTimer(this);
+    m_runEnd->setSingleShot(true);
+    m_runEnd->setInterval(runPauseMs);
+    connect(m_runEnd, &QTimer::timeout, this, [this] {
+        if (!m_slider->isSliderDown())
+            setDrafting(false);
     });
     connect(m_slider, &QSlider::valueChanged, this, &SettingSlider::sliderChanged);
     connect(m_minus, &QAbstractButton::clicked, this, [this] { stepValue(-1); });
@@ -125,7 +135,21 @@ void SettingSlider::refresh() {
     m_plus->setEnabled(!(value >= m_config.upper));
 }
 
+void SettingSlider::setDrafting(bool on) {
+    m_runEnd->stop();
+    if (on == m_drafting)
+        return;
+    m_drafting = on;
+    if (m_config.onDraft)
+        m_config.onDraft(on);
+}
+
 void SettingSlider::write(double value) {
+    // A step or a key outside a drag starts or extends a run that ends at a pause.
+    if (!m_slider->isSliderDown()) {
+        setDrafting(true);
+        m_runEnd->start();
+    }
     if (m_config.setValue)
         m_config.setValue(value);
     refresh();

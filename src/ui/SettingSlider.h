@@ -9,6 +9,7 @@
 class QAbstractButton;
 class QLabel;
 class QSlider;
+class QTimer;
 
 namespace velmora::ui {
 
@@ -34,6 +35,10 @@ struct SettingSliderConfig {
     /// Called once before each change begins: at the start of a drag, before each
     /// step, before any other change made through the slider.
     std::function<void()> onCommit;
+    /// Called with true as a run of changes begins (a drag of the knob, or steps and
+    /// keys in quick succession) and false once it is over, so the owner can show
+    /// cheap drafts in between.
+    std::function<void(bool running)> onDraft;
 };
 
 /// A labelled value slider with step buttons and a readout:
@@ -42,6 +47,9 @@ struct SettingSliderConfig {
 ///     [-] ========O============ [+]
 class SettingSlider : public QWidget {
 public:
+    /// Steps this close together are one run of changes.
+    static constexpr int runPauseMs = 150;
+
     explicit SettingSlider(SettingSliderConfig config, QWidget* parent = nullptr);
 
     /// Re-reads value(): knob, readout and which step buttons are enabled.
@@ -61,6 +69,7 @@ private:
     void write(double value);
     void sliderChanged(int position);
     void stepValue(int direction);
+    void setDrafting(bool on);
     bool eventFilter(QObject* watched, QEvent* event) override;
 
     SettingSliderConfig m_config;
@@ -68,6 +77,8 @@ private:
     StepButton* m_minus = nullptr;
     StepButton* m_plus = nullptr;
     QLabel* m_readout = nullptr;
+    QTimer* m_runEnd = nullptr;
+    bool m_drafting = false;
 };
 
 } // namespace velmora::ui

@@ -29,6 +29,8 @@ SettingSliderConfig sliderConfig(PlanetModel& model, const SettingInfo& info) {
     c.tint = info.kind == SettingKind::colour ? style::Palette::warm : style::Palette::accent;
     c.step = info.step;
     c.onCommit = [&model] { model.recordHistory(); };
+    // Drafts while the knob moves or steps repeat, so the planet keeps up.
+    c.onDraft = [&model](bool running) { model.setDrafting(running); };
     const SettingReadout readout = info.readout;
     if (info.control == SettingControl::powerOfTwoSlider) {
         const double centre = std::log2(info.defaultValue);

@@ -289,3 +289,30 @@ TEST_F(PipelineTest, NearTheAcceptedLimitsEverySettingStillShapesThePicture) {
         }
     }
 }
+
+// While a slider runs, the preview is a draft of a quarter of the pixels: the same
+// planet, only softer, and the full preview returns when the run ends.
+TEST_F(PipelineTest, DraftsAreTheSamePlanetAtHalfTheSideUntilTheRunEnds) {
+    model->setSetting(Setting::twist, 1.5); // detail that would show a misplaced pixel
+    const QImage full = model->previewImage();
+    model->setDrafting(true);
+    EXPECT_EQ(model->previewImage(), full); // nothing re-rendered yet
+    const int refreshes = model->previewRefreshCount();
+    model->setSetting(Setting::twist, 1.5001);
+    const QImage draft = model->previewImage();
+    ASSERT_EQ(draft.size(), QSize(PlanetModel::draftSide, PlanetModel::draftSide));
+    EXPECT_EQ(model->previewRefreshCount(), refreshes + 1);
+
+    // Each draft pixel is the mean of its 2 x 2 block of the full preview, give or take
+    // filtering: compare on blurred copies so edges do not dominate.
+    const QImage halved = full.scaled(draft.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation)
+                              .convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    const auto soft = [](const QImage& i) {
+        return i.scaled(i.size() / 5, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    };
+    EXPECT_LT(test::meanAbsoluteDifference(soft(draft), soft(halved)), 2.0);
+
+    model->setDrafting(false);
+    EXPECT_EQ(model->previewImage().size(), QSize(1100, 1100));
+    EXPECT_EQ(model->previewRefreshCount(), refreshes + 2);
+}

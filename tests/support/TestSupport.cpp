@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 #include <utility>
 
 namespace {
@@ -89,6 +90,21 @@ QByteArray pngClaiming(quint32 width, quint32 height, bool withData) {
         chunk("IDAT", qCompress(QByteArray(1 + 4 * std::min<quint32>(width, 4096), '\0')).mid(4));
     chunk("IEND", {});
     return png;
+}
+
+double meanAbsoluteDifference(const QImage& a, const QImage& b) {
+    if (a.size() != b.size() || a.isNull())
+        return std::numeric_limits<double>::infinity();
+    const QImage x = a.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    const QImage y = b.convertToFormat(QImage::Format_ARGB32_Premultiplied);
+    double sum = 0.0;
+    for (int row = 0; row < x.height(); ++row) {
+        const uchar* p = x.constScanLine(row);
+        const uchar* q = y.constScanLine(row);
+        for (int i = 0; i < 4 * x.width(); ++i)
+            sum += std::abs(p[i] - q[i]);
+    }
+    return sum / (4.0 * x.width() * x.height());
 }
 
 int channelDistance(QColor a, QColor b) {

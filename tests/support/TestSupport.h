@@ -49,6 +49,9 @@ QByteArray pngClaiming(quint32 width, quint32 height, bool withData = true);
 
 /// Largest per-channel difference, in 8-bit code values.
 int channelDistance(QColor a, QColor b);
+/// Mean absolute difference over all channels of two images of one size, in 8-bit
+/// code values (both read as premultiplied ARGB32); infinity when the sizes differ.
+double meanAbsoluteDifference(const QImage& a, const QImage& b);
 
 /// A scratch folder that disappears with the object.
 class TempTree {

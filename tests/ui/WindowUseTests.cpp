@@ -14,7 +14,10 @@
 #include "ui/LayerInspector.h"
 #include "ui/OutputJob.h"
 #include "ui/ProgressStrip.h"
+#include "ui/SettingSlider.h"
+#include "ui/Sidebar.h"
 #include "ui/Thumbnail.h"
+#include "ui/TintedSlider.h"
 #include "ui/Toast.h"
 
 #include <QAbstractButton>
@@ -344,6 +347,40 @@ TEST_F(WindowUseTest, AnExportRendersBesideTheWindowShowingItsProgress) {
     QImage written = QImageReader(out).read().convertToFormat(QImage::Format_RGBA8888);
     written.setColorSpace(expected->colorSpace()); // the file's sRGB tag aside
     EXPECT_EQ(written, *expected);
+}
+
+// The planet keeps up with a slider: while it runs the preview is a draft rendered
+// for every change, and the canvas always shows the latest one asked for.
+TEST_F(WindowUseTest, ASliderRunShowsTheLatestDraftAndEndsOnTheFullPreview) {
+    auto& twist = static_cast<ui::TintedSlider&>(
+        *view().sidebar()->slider(QStringLiteral("Twist"))->slider());
+    const QPoint knob(static_cast<int>(std::lround(twist.xForPosition(twist.sliderPosition()))),
+                      twist.height() / 2);
+    QTest::mousePress(&twist, Qt::LeftButton, {}, knob);
+    for (int i = 1; i <= 8; ++i) {
+        QTest::mouseMove(&twist, knob + QPoint(6 * i, 0));
+        QApplication::processEvents();
+        EXPECT_EQ(model().previewImage().width(), PlanetModel::draftSide);
+        EXPECT_EQ(canvas().shownPreviewKey(), model().previewImage().cacheKey()) << i;
+    }
+    QTest::mouseRelease(&twist, Qt::LeftButton, {}, knob + QPoint(48, 0));
+    QApplication::processEvents();
+    EXPECT_EQ(model().previewImage().width(), PlanetModel::previewSide);
+    EXPECT_EQ(canvas().shownPreviewKey(), model().previewImage().cacheKey());
+
+    // Steps in quick succession draft too, and the full preview follows the pause.
+    QAbstractButton* plus = view().sidebar()->slider(QStringLiteral("Twist"))->plusButton();
+    for (int i = 0; i < 3; ++i) {
+        QTest::mouseClick(plus, Qt::LeftButton);
+        QApplication::processEvents();
+        EXPECT_EQ(model().previewImage().width(), PlanetModel::draftSide);
+        EXPECT_EQ(canvas().shownPreviewKey(), model().previewImage().cacheKey());
+    }
+    EXPECT_TRUE(QTest::qWaitFor(
+        [this] { return model().previewImage().width() == PlanetModel::previewSide; },
+        ui::SettingSlider::runPauseMs * 4));
+    QApplication::processEvents();
+    EXPECT_EQ(canvas().shownPreviewKey(), model().previewImage().cacheKey());
 }
 
 TEST(Thumbnail, FaintArtworkIsRaisedToReadAndStrongArtworkIsLeftAlone) {

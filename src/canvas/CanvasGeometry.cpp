@@ -62,51 +62,98 @@ QRectF hitArea(double w, double h) {
     return {-w / 2 - padSide, -h / 2 - padTopBottom, w + 2 * padSide, h + 2 * padTopBottom};
 }
 
-QRectF resizeHandle(double w, double h) {
-    return {w / 2 - handleDiameter / 2, h / 2 - handleDiameter / 2, handleDiameter, handleDiameter};
+namespace {
+
+/// A corner's position in the layer's frame.
+QPointF cornerPoint(double w, double h, Corner corner) {
+    const bool right = corner == Corner::topRight || corner == Corner::bottomRight;
+    const bool top = corner == Corner::topRight || corner == Corner::topLeft;
+    return {right ? w / 2 : -w / 2, top ? -h / 2 : h / 2};
 }
 
-QRectF resizeHandleHit(double w, double h) {
-    return resizeHandle(w, h).adjusted(-handleSlop, -handleSlop, handleSlop, handleSlop);
+QRectF centredOn(QPointF p, double diameter) {
+    return {p.x() - diameter / 2, p.y() - diameter / 2, diameter, diameter};
 }
 
-QRectF rotationKnob(double w, double h) {
+} // namespace
+
+QRectF resizeHandle(double w, double h, Corner corner) {
+    return centredOn(cornerPoint(w, h, corner), handleDiameter);
+}
+
+QRectF resizeHandleHit(double w, double h, Corner corner) {
+    return resizeHandle(w, h, corner).adjusted(-handleSlop, -handleSlop, handleSlop, handleSlop);
+}
+
+QRectF rotationKnob(double w, double h, bool below) {
     (void)w;
-    return {-handleDiameter / 2, -h / 2 - 26.0, handleDiameter, handleDiameter};
+    // The knob's centre lies 20 beyond the edge.
+    return centredOn({0.0, below ? h / 2 + 20.0 : -h / 2 - 20.0}, handleDiameter);
 }
 
-QRectF rotationStem(double w, double h) {
+QRectF rotationStem(double w, double h, bool below) {
     (void)w;
-    return {-0.75, -h / 2 - stemLength, 1.5, stemLength};
+    return {-0.75, below ? h / 2 : -h / 2 - stemLength, 1.5, stemLength};
 }
 
-QRectF rotationHandleHit(double w, double h) {
+QRectF rotationHandleHit(double w, double h, bool below) {
     (void)w;
-    // The 12 x 26 stack from 26 above the top edge down to it, grown by 8.
-    return QRectF(-handleDiameter / 2, -h / 2 - 26.0, handleDiameter, 26.0)
+    // The 12 x 26 stack from the edge out to 26 beyond it, grown by 8.
+    return QRectF(-handleDiameter / 2, below ? h / 2 : -h / 2 - 26.0, handleDiameter, 26.0)
         .adjusted(-handleSlop, -handleSlop, handleSlop, handleSlop);
 }
 
-QRectF deleteBadge(double w, double h) {
-    return {w / 2 - badgeDiameter / 2, -h / 2 - badgeDiameter / 2, badgeDiameter, badgeDiameter};
+QRectF deleteBadge(double w, double h, Corner corner) {
+    return centredOn(cornerPoint(w, h, corner), badgeDiameter);
 }
 
-QRectF deleteBadgeHit(double w, double h) {
-    return deleteBadge(w, h).adjusted(-badgeSlop, -badgeSlop, badgeSlop, badgeSlop);
+QRectF deleteBadgeHit(double w, double h, Corner corner) {
+    return deleteBadge(w, h, corner).adjusted(-badgeSlop, -badgeSlop, badgeSlop, badgeSlop);
 }
 
 } // namespace chrome
 
-ChromePart hitTest(const LayerBox& box, QPointF canvasPoint, bool selected) {
+ChromeLayout chromeLayout(const LayerBox& box, const QRectF& view) {
+    const double w = box.width;
+    const double h = box.height;
+    const auto inView = [&](const QRectF& local) { return view.contains(box.canvasBounds(local)); };
+    ChromeLayout layout;
+    layout.knobBelow =
+        !inView(chrome::rotationKnob(w, h, false)) && inView(chrome::rotationKnob(w, h, true));
+    // The badge first: deleting is the way out for a layer that went astray.
+    constexpr Corner badgeOrder[] = {Corner::topRight, Corner::topLeft, Corner::bottomRight,
+                                     Corner::bottomLeft};
+    constexpr Corner resizeOrder[] = {Corner::bottomRight, Corner::bottomLeft, Corner::topRight,
+                                      Corner::topLeft};
+    for (const Corner c : badgeOrder) {
+        if (inView(chrome::deleteBadge(w, h, c))) {
+            layout.badge = c;
+            break;
+        }
+    }
+    const Corner fallback =
+        layout.badge == Corner::bottomRight ? Corner::bottomLeft : Corner::bottomRight;
+    layout.resize = fallback;
+    for (const Corner c : resizeOrder) {
+        if (c != layout.badge && inView(chrome::resizeHandle(w, h, c))) {
+            layout.resize = c;
+            break;
+        }
+    }
+    return layout;
+}
+
+ChromePart hitTest(const LayerBox& box, QPointF canvasPoint, bool selected,
+                   const ChromeLayout& layout) {
     const QPointF p = box.toLocal(canvasPoint);
     const double w = box.width;
     const double h = box.height;
     if (selected) {
-        if (chrome::deleteBadgeHit(w, h).contains(p))
+        if (chrome::deleteBadgeHit(w, h, layout.badge).contains(p))
             return ChromePart::deleteBadge;
-        if (chrome::resizeHandleHit(w, h).contains(p))
+        if (chrome::resizeHandleHit(w, h, layout.resize).contains(p))
             return ChromePart::resizeHandle;
-        if (chrome::rotationHandleHit(w, h).contains(p))
+        if (chrome::rotationHandleHit(w, h, layout.knobBelow).contains(p))
             return ChromePart::rotationHandle;
     }
     return chrome::hitArea(w, h).contains(p) ? ChromePart::body : ChromePart::none;
@@ -125,10 +172,10 @@ double resizedScale(double startScale, double startDistance, double distance) {
     return scale;
 }
 
-double handleRotation(QPointF center, QPointF pointer) {
+double handleRotation(QPointF center, QPointF pointer, bool knobBelow) {
     const double angle =
         std::atan2(pointer.y() - center.y(), pointer.x() - center.x()) * 180.0 / std::numbers::pi;
-    return normalizedDegrees(angle + 90.0);
+    return normalizedDegrees(angle + (knobBelow ? -90.0 : 90.0));
 }
 
 } // namespace velmora

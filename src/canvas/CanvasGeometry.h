@@ -51,6 +51,22 @@ LayerBox layerBox(const PlacedLayer& layer, double aspect, const CanvasFrame& fr
 /// The parts of a layer's chrome a pointer can land on.
 enum class ChromePart { none, body, resizeHandle, rotationHandle, deleteBadge };
 
+/// A corner of a layer's box, in its own (turned) frame.
+enum class Corner { topRight, topLeft, bottomRight, bottomLeft };
+
+/// Where a selected layer's controls sit. By default the badge is on the top-right
+/// corner, the resize handle on the bottom-right and the rotation handle above the
+/// top edge; a control that would fall outside the view moves to a corner (or, for
+/// the rotation handle, the edge) that is in view, so a layer pushed past the edge
+/// of the canvas can still be turned, resized and deleted.
+struct ChromeLayout {
+    Corner badge = Corner::topRight;
+    Corner resize = Corner::bottomRight;
+    bool knobBelow = false;
+
+    bool operator==(const ChromeLayout&) const = default;
+};
+
 /// Chrome measurements, in the layer's own frame, in logical pixels.
 namespace chrome {
 inline constexpr double padSide = 12.0;
@@ -64,21 +80,27 @@ inline constexpr double outlineWidth = 1.5;
 
 /// The whole grabbable area: the box padded 12 left and right, 34 above and below.
 QRectF hitArea(double w, double h);
-/// Where the resize handle is drawn (centred on the bottom-right corner) and answers.
-QRectF resizeHandle(double w, double h);
-QRectF resizeHandleHit(double w, double h);
-/// The rotation handle: a circle 20 above the top edge on a stem down to the edge.
-QRectF rotationKnob(double w, double h);
-QRectF rotationStem(double w, double h);
-QRectF rotationHandleHit(double w, double h);
-/// The delete badge, centred on the top-right corner.
-QRectF deleteBadge(double w, double h);
-QRectF deleteBadgeHit(double w, double h);
+/// Where the resize handle is drawn (centred on its corner) and answers.
+QRectF resizeHandle(double w, double h, Corner corner = Corner::bottomRight);
+QRectF resizeHandleHit(double w, double h, Corner corner = Corner::bottomRight);
+/// The rotation handle: a circle 20 beyond the top edge (or the bottom edge) on a
+/// stem back to that edge.
+QRectF rotationKnob(double w, double h, bool below = false);
+QRectF rotationStem(double w, double h, bool below = false);
+QRectF rotationHandleHit(double w, double h, bool below = false);
+/// The delete badge, centred on its corner.
+QRectF deleteBadge(double w, double h, Corner corner = Corner::topRight);
+QRectF deleteBadgeHit(double w, double h, Corner corner = Corner::topRight);
 } // namespace chrome
+
+/// Where the controls of a layer with `box` go so that each lies inside `view`
+/// (canvas coordinates) if any place for it does; the default places otherwise.
+ChromeLayout chromeLayout(const LayerBox& box, const QRectF& view);
 
 /// What a canvas point hits on one layer. Handles and the badge exist only when the
 /// layer is selected, and take precedence over the body inside their areas.
-ChromePart hitTest(const LayerBox& box, QPointF canvasPoint, bool selected);
+ChromePart hitTest(const LayerBox& box, QPointF canvasPoint, bool selected,
+                   const ChromeLayout& layout = {});
 
 // The gestures' arithmetic.
 
@@ -88,7 +110,8 @@ NormalizedPoint movedCenter(NormalizedPoint start, QPointF translation, double s
 /// (itself at least 1), kept within [0.02, 2.0].
 double resizedScale(double startScale, double startDistance, double distance);
 /// The rotation handle: the layer's top faces the pointer. Straight above gives 0,
-/// right 90, below 180, left -90.
-double handleRotation(QPointF center, QPointF pointer);
+/// right 90, below 180, left -90. A handle below the layer turns its bottom to the
+/// pointer instead.
+double handleRotation(QPointF center, QPointF pointer, bool knobBelow = false);
 
 } // namespace velmora

@@ -43,12 +43,14 @@ void LayerChrome::resizeChanged(PlanetModel& model, QPointF center, QPointF poin
     });
 }
 
-void LayerChrome::rotateChanged(PlanetModel& model, QPointF center, QPointF pointer) {
+void LayerChrome::rotateChanged(PlanetModel& model, QPointF center, QPointF pointer,
+                                bool knobBelow) {
     if (!m_rotateStarted) {
         m_rotateStarted = true;
         model.recordHistory();
     }
-    model.updateLayer(m_id, [&](PlacedLayer& l) { l.rotation = handleRotation(center, pointer); });
+    model.updateLayer(
+        m_id, [&](PlacedLayer& l) { l.rotation = handleRotation(center, pointer, knobBelow); });
 }
 
 void LayerChrome::trackpadChanged(PlanetModel& model, double degrees) {
@@ -65,7 +67,8 @@ void LayerChrome::trackpadChanged(PlanetModel& model, double degrees) {
                       [&](PlacedLayer& l) { l.rotation = normalizedDegrees(degrees + start); });
 }
 
-void LayerChrome::paint(QPainter& painter, const LayerBox& box, bool selected) {
+void LayerChrome::paint(QPainter& painter, const LayerBox& box, bool selected,
+                        const ChromeLayout& layout) {
     if (!selected)
         return;
     const double w = box.width;
@@ -82,16 +85,16 @@ void LayerChrome::paint(QPainter& painter, const LayerBox& box, bool selected) {
     painter.drawRect(QRectF(-w / 2, -h / 2, w, h));
 
     const QPen handleEdge(QColor::fromRgbF(0, 0, 0, 0.55f), 1.0);
-    // Resize handle on the bottom-right corner.
+    // Resize handle on its corner (the bottom-right unless that is out of view).
     painter.setPen(handleEdge);
     painter.setBrush(accent);
-    painter.drawEllipse(chrome::resizeHandle(w, h));
+    painter.drawEllipse(chrome::resizeHandle(w, h, layout.resize));
 
     // Rotation handle: stem, then the knob with its circular arrows.
     painter.setPen(Qt::NoPen);
     painter.setBrush(style::Palette::withAlpha(accent, 0.8));
-    painter.drawRect(chrome::rotationStem(w, h));
-    const QRectF knob = chrome::rotationKnob(w, h);
+    painter.drawRect(chrome::rotationStem(w, h, layout.knobBelow));
+    const QRectF knob = chrome::rotationKnob(w, h, layout.knobBelow);
     painter.setPen(handleEdge);
     painter.setBrush(accent);
     painter.drawEllipse(knob);
@@ -99,8 +102,8 @@ void LayerChrome::paint(QPainter& painter, const LayerBox& box, bool selected) {
                        QStringLiteral("arrow.triangle.2.circlepath"),
                        QColor::fromRgbF(0, 0, 0, 0.75f));
 
-    // Delete badge on the top-right corner.
-    const QRectF badge = chrome::deleteBadge(w, h);
+    // Delete badge on its corner (the top-right unless that is out of view).
+    const QRectF badge = chrome::deleteBadge(w, h, layout.badge);
     painter.setPen(QPen(QColor::fromRgbF(0, 0, 0, 0.5f), 1.0));
     painter.setBrush(QColor::fromRgbF(0.86f, 0.25f, 0.3f));
     painter.drawEllipse(badge);

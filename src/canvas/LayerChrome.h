@@ -33,8 +33,9 @@ public:
     void resizeChanged(PlanetModel& model, QPointF center, QPointF pointer);
     void resizeEnded() { m_resizeStart.reset(); }
 
-    /// Rotation handle: the layer's top turns to face the pointer.
-    void rotateChanged(PlanetModel& model, QPointF center, QPointF pointer);
+    /// Rotation handle: the layer's top (its bottom, for a handle below it) turns to
+    /// face the pointer.
+    void rotateChanged(PlanetModel& model, QPointF center, QPointF pointer, bool knobBelow = false);
     void rotateEnded() { m_rotateStarted = false; }
 
     /// Two-finger rotation: `degrees` turned since the gesture began, clockwise.
@@ -45,8 +46,10 @@ public:
         return m_dragStartCenter || m_resizeStart || m_rotateStarted || m_trackpadRotateStart;
     }
 
-    /// Draws the chrome of a layer with `box`; only a selected layer shows any.
-    static void paint(QPainter& painter, const LayerBox& box, bool selected);
+    /// Draws the chrome of a layer with `box`, its controls placed by `layout`; only a
+    /// selected layer shows any.
+    static void paint(QPainter& painter, const LayerBox& box, bool selected,
+                      const ChromeLayout& layout = {});
 
     /// Canvas area the chrome (and its artwork) may paint, for partial repaints.
     static QRectF paintBounds(const LayerBox& box);

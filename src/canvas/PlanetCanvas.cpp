@@ -47,12 +47,18 @@ LayerBox PlanetCanvas::boxOf(const PlacedLayer& layer) const {
     return layerBox(layer, aspectOf(layer.assetID), frame());
 }
 
+ChromeLayout PlanetCanvas::chromeLayoutOf(const LayerBox& box) const {
+    return chromeLayout(box, QRectF(rect()));
+}
+
 std::pair<QUuid, ChromePart> PlanetCanvas::hitAt(QPointF point) const {
     const QList<PlacedLayer>& layers = m_model.layers();
     // Later layers lie on top and win where hit areas overlap.
     for (qsizetype i = layers.size() - 1; i >= 0; --i) {
         const PlacedLayer& layer = layers[i];
-        const ChromePart part = hitTest(boxOf(layer), point, layer.id == m_model.selectedLayerID());
+        const LayerBox box = boxOf(layer);
+        const ChromePart part =
+            hitTest(box, point, layer.id == m_model.selectedLayerID(), chromeLayoutOf(box));
         if (part != ChromePart::none)
             return {layer.id, part};
     }
@@ -119,7 +125,8 @@ void PlanetCanvas::paintEvent(QPaintEvent*) {
     m_paintedBounds.clear();
     for (const PlacedLayer& layer : m_model.layers()) {
         const LayerBox box = boxOf(layer);
-        LayerChrome::paint(painter, box, layer.id == m_model.selectedLayerID());
+        LayerChrome::paint(painter, box, layer.id == m_model.selectedLayerID(),
+                           chromeLayoutOf(box));
         m_paintedBounds.insert(layer.id, LayerChrome::paintBounds(box));
     }
     m_paintedSelection = m_model.selectedLayerID();
@@ -222,8 +229,11 @@ void PlanetCanvas::mousePressEvent(QMouseEvent* event) {
     press.part = part;
     press.at = at;
     press.inSquare = frame().square().contains(at);
-    if (const std::optional<PlacedLayer> layer = m_model.layer(id))
-        press.layerCenter = boxOf(*layer).center;
+    if (const std::optional<PlacedLayer> layer = m_model.layer(id)) {
+        const LayerBox box = boxOf(*layer);
+        press.layerCenter = box.center;
+        press.knobBelow = chromeLayoutOf(box).knobBelow;
+    }
     m_press = press;
     event->accept();
 }
@@ -253,7 +263,7 @@ void PlanetCanvas::mouseMoveEvent(QMouseEvent* event) {
         chrome.resizeChanged(m_model, press.layerCenter, at);
         break;
     case ChromePart::rotationHandle:
-        chrome.rotateChanged(m_model, press.layerCenter, at);
+        chrome.rotateChanged(m_model, press.layerCenter, at, press.knobBelow);
         break;
     case ChromePart::deleteBadge:
     case ChromePart::none:

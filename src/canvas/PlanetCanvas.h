@@ -41,6 +41,8 @@ public:
     CanvasFrame frame() const { return CanvasFrame::fit(QRectF(contentsRect())); }
     /// Where a layer's artwork lies on the canvas now.
     LayerBox boxOf(const PlacedLayer& layer) const;
+    /// Where its controls go: in view, anywhere on the canvas.
+    ChromeLayout chromeLayoutOf(const LayerBox& box) const;
     /// The topmost layer whose chrome is under `point`, with the part hit.
     std::pair<QUuid, ChromePart> hitAt(QPointF point) const;
 
@@ -70,7 +72,8 @@ private:
         QUuid layer;
         ChromePart part = ChromePart::none;
         QPointF at;
-        QPointF layerCenter; ///< canvas centre of the layer when pressed
+        QPointF layerCenter;    ///< canvas centre of the layer when pressed
+        bool knobBelow = false; ///< the rotation handle was below the layer
         bool inSquare = false;
         bool dragging = false;
     };

@@ -88,6 +88,31 @@ TEST(ChromeHitTesting, HandlesOnlyOnTheSelectedLayerAndTheyWin) {
     EXPECT_EQ(hitTest(turned, turned.toCanvas({0, -37.5 - 20}), true), ChromePart::rotationHandle);
 }
 
+TEST(ChromeHitTesting, ControlsOutOfViewMoveToWhereTheyCanBeReached) {
+    const QRectF view(0, 0, 800, 600);
+    const auto layoutAt = [&view](QPointF center, double rotation = 0) {
+        return chromeLayout({center, 150, 76, rotation}, view);
+    };
+    EXPECT_EQ(layoutAt({400, 300}), ChromeLayout{}); // in view: the usual places
+    // Top beyond the view: the handle goes below, the badge and the handle to the
+    // bottom corners.
+    EXPECT_EQ(layoutAt({400, 20}), (ChromeLayout{Corner::bottomRight, Corner::bottomLeft, true}));
+    // Past the right edge: both corners on the left.
+    EXPECT_EQ(layoutAt({790, 300}), (ChromeLayout{Corner::topLeft, Corner::bottomLeft, false}));
+    // Only the bottom-left corner in view: the badge has it.
+    EXPECT_EQ(layoutAt({790, 20}).badge, Corner::bottomLeft);
+    // Turned half round near the bottom, "above" the layer is below it on screen.
+    EXPECT_TRUE(layoutAt({400, 580}, 180).knobBelow);
+
+    // Hits follow the layout.
+    const LayerBox box{{400, 20}, 150, 76, 0};
+    const ChromeLayout moved = chromeLayout(box, view);
+    EXPECT_EQ(hitTest(box, {475, 58}, true, moved), ChromePart::deleteBadge);
+    EXPECT_EQ(hitTest(box, {325, 58}, true, moved), ChromePart::resizeHandle);
+    EXPECT_EQ(hitTest(box, {400, 58 + 20}, true, moved), ChromePart::rotationHandle);
+    EXPECT_EQ(hitTest(box, {400, -18 - 20}, true, moved), ChromePart::body);
+}
+
 TEST(GestureArithmetic, MoveResizeAndRotate) {
     // Moving by (150, -60) on a 600 side moves the centre by (0.25, -0.1).
     const NormalizedPoint moved = movedCenter({0.5, 0.5}, {150, -60}, 600);
@@ -107,4 +132,8 @@ TEST(GestureArithmetic, MoveResizeAndRotate) {
     EXPECT_DOUBLE_EQ(handleRotation(c, {400, 400}), 180);
     EXPECT_DOUBLE_EQ(handleRotation(c, {300, 300}), -90);
     EXPECT_NEAR(handleRotation(c, {450, 250}), 45, 1e-9);
+    // A handle below the layer: its bottom faces the pointer.
+    EXPECT_DOUBLE_EQ(handleRotation(c, {400, 400}, true), 0);
+    EXPECT_DOUBLE_EQ(handleRotation(c, {500, 300}, true), -90);
+    EXPECT_DOUBLE_EQ(handleRotation(c, {400, 200}, true), 180);
 }

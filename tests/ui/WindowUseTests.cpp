@@ -83,17 +83,20 @@ protected:
     std::unique_ptr<MainWindow> window;
 };
 
-/// Canvas points of one layer's controls, from its box as the canvas lays it out.
+/// Canvas points of one layer's controls, where the canvas places them now.
 struct Handles {
     QPoint badge, knob, resize, center;
+    bool knobBelow = false;
 };
 
 Handles handlesOf(const PlanetCanvas& canvas, const PlacedLayer& layer) {
     const LayerBox box = canvas.boxOf(layer);
+    const ChromeLayout layout = canvas.chromeLayoutOf(box);
     const auto at = [&box](const QRectF& local) { return box.toCanvas(local.center()).toPoint(); };
-    return {at(chrome::deleteBadge(box.width, box.height)),
-            at(chrome::rotationKnob(box.width, box.height)),
-            at(chrome::resizeHandle(box.width, box.height)), box.center.toPoint()};
+    return {at(chrome::deleteBadge(box.width, box.height, layout.badge)),
+            at(chrome::rotationKnob(box.width, box.height, layout.knobBelow)),
+            at(chrome::resizeHandle(box.width, box.height, layout.resize)), box.center.toPoint(),
+            layout.knobBelow};
 }
 
 void dragOn(QWidget* w, QPoint from, QPoint to) {
@@ -129,6 +132,8 @@ TEST_F(WindowUseTest, HandlesBeyondTheSquareAreDrawnAndUsableAtEveryEdgeOfTheReg
         NormalizedPoint center;
     } cases[] = {
         {"top", {0.2, (halfH - 4) / side}},
+        // A sun high in the sky, its top far beyond the region: its controls come in.
+        {"above", {0.3, (halfH - 60 - f.origin.y()) / side}},
         {"bottom", {rightmost, 1.0 - (halfH - 4) / side}},
         {"right", {rightmost, 0.5}},
         {"left", {(18 + halfW - f.origin.x()) / side, 0.5}},
@@ -143,11 +148,14 @@ TEST_F(WindowUseTest, HandlesBeyondTheSquareAreDrawnAndUsableAtEveryEdgeOfTheReg
             EXPECT_EQ(region().childAt(p), &canvas()); // nothing else takes the click
         }
         // The part that sticks out the most lies in the band, outside the square.
-        const QPoint out = edge == QStringLiteral("top")      ? h.knob
+        const QPoint out = edge == QStringLiteral("top")      ? h.badge
                            : edge == QStringLiteral("bottom") ? h.resize
                            : edge == QStringLiteral("right")  ? h.badge
-                                                              : QPoint(8, h.center.y());
-        EXPECT_FALSE(f.square().contains(QPointF(out)));
+                           : edge == QStringLiteral("left")   ? QPoint(8, h.center.y())
+                                                              : h.center;
+        if (edge != QStringLiteral("above")) {
+            EXPECT_FALSE(f.square().contains(QPointF(out)));
+        }
         if (edge == QStringLiteral("left")) {
             // The grab area reaches into the region's outermost pixels.
             const NormalizedPoint before = model().layer(id)->center;
@@ -163,9 +171,10 @@ TEST_F(WindowUseTest, HandlesBeyondTheSquareAreDrawnAndUsableAtEveryEdgeOfTheReg
         dragOn(&canvas(), h.resize, h.center + (h.resize - h.center) / 2);
         EXPECT_LT(model().layer(id)->scale, scale * 0.75);
 
+        // The layer's top faces the pointer, or its bottom for a handle below it.
         const Handles turned = handlesOf(canvas(), *model().layer(id));
-        dragOn(&canvas(), turned.knob, turned.center + QPoint(0, 60)); // straight below
-        EXPECT_NEAR(std::abs(model().layer(id)->rotation), 180.0, 1.0);
+        dragOn(&canvas(), turned.knob, turned.center + QPoint(80, 0));
+        EXPECT_NEAR(model().layer(id)->rotation, turned.knobBelow ? -90.0 : 90.0, 1.0);
 
         const Handles last = handlesOf(canvas(), *model().layer(id));
         QTest::mouseClick(&canvas(), Qt::LeftButton, {}, last.badge);

@@ -1,6 +1,7 @@
-// Takes the screenshots in docs/ of the real window, scripted: the empty window, and
-// the sample planet with the library open and a turned layer selected, and the note
-// a failed export leaves at the top of the canvas. Run it under
+// Takes the screenshots in docs/ of the real window, scripted: the empty window, the
+// sample planet with the library open and a turned layer selected (also at the
+// smallest window size), and the note a failed export leaves at the top of the
+// canvas. Run it under
 // a display (Xvfb works): velmora_screenshots OUTDIR [RESOURCES]
 
 #include "app/Application.h"
@@ -63,6 +64,13 @@ int main(int argc, char** argv) {
     });
     settle(1200);
     window.grab().save(out.filePath(QStringLiteral("window-planet.png")));
+
+    // The smallest window, library open: the inspector closes up, the chips wrap.
+    window.resize(window.minimumSize());
+    settle(800);
+    window.grab().save(out.filePath(QStringLiteral("window-narrow.png")));
+    window.resize(1400, 900);
+    settle(400);
 
     // An export into a folder that is not there: the top of the canvas with the note.
     window.content()->chooseExportFile = [](const QString& name) {

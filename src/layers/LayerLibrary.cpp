@@ -94,21 +94,53 @@ bool LayerLibrary::fileOrderLess(const QString& a, const QString& b) {
     return std::lexicographical_compare(ua.begin(), ua.end(), ub.begin(), ub.end());
 }
 
-LayerLibrary::LayerLibrary(const QString& resourcesRoot) {
+LayerLibrary::LayerLibrary(const QString& resourcesRoot, const QString& userFolder)
+    : m_userFolder(userFolder) {
     const QString candidate =
         resourcesRoot.isEmpty() ? QString() : joinPath(resourcesRoot, QStringLiteral("Layers"));
     if (!candidate.isEmpty() && QFileInfo::exists(candidate)) {
         debugLog(QStringLiteral("Layers folder: ") + candidate);
-        scanLayersFolder(candidate);
+        scanLayersFolder(candidate, false);
     } else {
         scanLoosePNGs(resourcesRoot);
     }
+    m_shippedAssets = m_assets.size();
+    m_shippedCategories = m_categories.size();
+    rescanUserFolder();
     debugLog(QStringLiteral("Total: %1 layers in %2 categories")
                  .arg(m_assets.size())
                  .arg(m_categories.size()));
 }
 
-void LayerLibrary::scanLayersFolder(const QString& folder) {
+void LayerLibrary::forget(const QString& id) {
+    m_displayCache.remove(id);
+    m_displayLevels.remove(id);
+    m_renderCache.remove(id);
+}
+
+void LayerLibrary::rescanUserFolder() {
+    for (qsizetype i = m_shippedAssets; i < m_assets.size(); ++i)
+        forget(m_assets[i].id);
+    m_assets.resize(m_shippedAssets);
+    m_categories.resize(m_shippedCategories);
+    if (m_userFolder.isEmpty() || !QFileInfo(m_userFolder).isDir())
+        return;
+    debugLog(QStringLiteral("User artwork: ") + m_userFolder);
+    scanLayersFolder(m_userFolder, true);
+}
+
+const LayerAsset* LayerLibrary::addFile(const QString& path) {
+    const QFileInfo info(path);
+    if (!info.isFile())
+        return nullptr;
+    const QString id = info.absoluteFilePath();
+    if (const LayerAsset* known = asset(id))
+        return known;
+    m_assets.append({id, info.completeBaseName(), QString(), QUrl::fromLocalFile(id)});
+    return &m_assets.back();
+}
+
+void LayerLibrary::scanLayersFolder(const QString& folder, bool user) {
     QList<Entry> entries;
     if (!listEntries(folder, entries))
         return;
@@ -123,7 +155,7 @@ void LayerLibrary::scanLayersFolder(const QString& folder) {
                 debugLog(QStringLiteral("  '") + entry.name +
                          QStringLiteral("': no PNGs, skipped"));
             } else {
-                addCategory(entry.name, files);
+                addCategory(entry.name, files, user);
                 debugLog(QStringLiteral("  '%1': %2 layers").arg(entry.name).arg(files.size()));
             }
         } else if (passesPngTest(entry.name)) {
@@ -132,7 +164,7 @@ void LayerLibrary::scanLayersFolder(const QString& folder) {
     }
     if (!looseFiles.isEmpty()) {
         // Already in file order: the entries were sorted by the same rule.
-        addCategory(QStringLiteral("Layers"), looseFiles);
+        addCategory(QStringLiteral("Layers"), looseFiles, user);
         debugLog(QStringLiteral("  (loose) %1 layers directly in Layers/").arg(looseFiles.size()));
     }
 }
@@ -156,21 +188,23 @@ void LayerLibrary::scanLoosePNGs(const QString& root) {
     std::sort(words.begin(), words.end(), fileOrderLess);
     for (const QString& word : words) {
         const QStringList& group = groups[word];
-        addCategory(word, group);
+        addCategory(word, group, false);
         debugLog(QStringLiteral("  '%1': %2 layers").arg(word).arg(group.size()));
     }
 }
 
-void LayerLibrary::addCategory(const QString& name, const QStringList& files) {
-    m_categories.append(name);
+void LayerLibrary::addCategory(const QString& name, const QStringList& files, bool user) {
+    // The user's category of a shipped name joins it: one chip, shipped art first.
+    if (!user || !m_categories.contains(name))
+        m_categories.append(name);
     const QString prefix = name + QLatin1Char('_');
+    const QString idStart = (user ? userPrefix.toString() : QString()) + name + QLatin1Char('/');
     for (const QString& file : files) {
         const QString fileName = QFileInfo(file).fileName();
         QString displayName = baseName(fileName);
         if (displayName.startsWith(prefix))
             displayName.remove(0, prefix.size());
-        m_assets.append(
-            {name + QLatin1Char('/') + fileName, displayName, name, QUrl::fromLocalFile(file)});
+        m_assets.append({idStart + fileName, displayName, name, QUrl::fromLocalFile(file), user});
     }
 }
 

@@ -8,19 +8,27 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QStringView>
 
 #include <optional>
 
 namespace velmora {
 
-/// The catalogue of overlay artwork shipped in the resources folder's "Layers"
-/// sub-folder. Built once by a synchronous scan; afterwards only its image caches
-/// change. Main thread only: the caches have no locks.
+/// The catalogue of overlay artwork: what ships in the resources folder's "Layers"
+/// sub-folder, then the user's own artwork from a folder with the same rules (one
+/// sub-folder per category). A user category named like a shipped one joins it.
+/// Built by synchronous scans; afterwards only the image caches change, and the
+/// user's part when it is scanned again. Main thread only: the caches have no locks.
 class LayerLibrary {
 public:
-    /// Scans `resourcesRoot`/Layers (or, without it, loose PNGs in `resourcesRoot`).
-    /// An empty root means there is no resources folder at all.
-    explicit LayerLibrary(const QString& resourcesRoot);
+    /// Ids of the user's artwork start with this; a shipped id has a single slash, so
+    /// the two never meet.
+    static constexpr QStringView userPrefix = u"user/";
+
+    /// Scans `resourcesRoot`/Layers (or, without it, loose PNGs in `resourcesRoot`),
+    /// then `userFolder` when given. An empty root means there is no resources
+    /// folder at all; a user folder that is missing or unreadable adds nothing.
+    explicit LayerLibrary(const QString& resourcesRoot, const QString& userFolder = {});
 
     LayerLibrary(const LayerLibrary&) = delete;
     LayerLibrary& operator=(const LayerLibrary&) = delete;
@@ -31,9 +39,18 @@ public:
     const QList<LayerAsset>& assets() const { return m_assets; }
     /// Every asset whose category equals `category`, in library order.
     QList<LayerAsset> assets(const QString& category) const;
-    /// The first asset with this id, or null. The pointer stays valid for the
-    /// library's life: the catalogue never changes after the scan.
+    /// The first asset with this id, or null. The pointer stays valid until the user
+    /// folder is scanned again.
     const LayerAsset* asset(const QString& id) const;
+
+    const QString& userFolder() const { return m_userFolder; }
+    /// Scans the user folder again (after artwork was added or removed); the shipped
+    /// artwork and its caches stay as they are.
+    void rescanUserFolder();
+    /// Offers an image file by its path, as the command line's --layer does: an asset
+    /// whose id is the file's absolute path, in no category. Null when the path is not
+    /// a regular file.
+    const LayerAsset* addFile(const QString& path);
 
     /// The decoded artwork for on-screen use (premultiplied ARGB32, ready to paint),
     /// decoded at most once; a null image when the id is unknown or the file does
@@ -55,12 +72,16 @@ public:
     static bool fileOrderLess(const QString& a, const QString& b);
 
 private:
-    void scanLayersFolder(const QString& folder);
+    void scanLayersFolder(const QString& folder, bool user);
     void scanLoosePNGs(const QString& root);
-    void addCategory(const QString& name, const QStringList& files);
+    void addCategory(const QString& name, const QStringList& files, bool user);
+    void forget(const QString& id);
 
     QStringList m_categories;
     QList<LayerAsset> m_assets;
+    QString m_userFolder;
+    qsizetype m_shippedAssets = 0;
+    qsizetype m_shippedCategories = 0;
     QHash<QString, QImage> m_displayCache;
     QHash<QString, QList<QImage>> m_displayLevels; ///< halvings of each display image
     QHash<QString, render::Image> m_renderCache;

@@ -37,4 +37,8 @@ ProjectionParameters projectionParameters(const Look& look, double side) {
     return p;
 }
 
+NormalizedPoint planetCentre(const Look& look) {
+    return {0.5 + 0.5 * look.value(Setting::shiftX), 0.5 - 0.5 * look.value(Setting::horizon)};
+}
+
 } // namespace velmora

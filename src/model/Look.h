@@ -47,4 +47,8 @@ private:
 /// (0 or less: the source's larger side). Degrees become radians here.
 ProjectionParameters projectionParameters(const Look& look, double side);
 
+/// Where the projection puts the planet's centre (normalised, y down): the middle of
+/// the square moved by the shifts.
+NormalizedPoint planetCentre(const Look& look);
+
 } // namespace velmora

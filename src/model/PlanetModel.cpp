@@ -1,6 +1,7 @@
 #include "model/PlanetModel.h"
 
 #include "layers/Angles.h"
+#include "model/Resources.h"
 
 #include <QScopedValueRollback>
 
@@ -14,7 +15,7 @@ namespace velmora {
 PlanetModel::PlanetModel(PlanetRenderer renderer, const QString& resourcesRoot, QObject* parent)
     : QObject(parent)
     , m_renderer(std::move(renderer))
-    , m_library(std::make_unique<LayerLibrary>(resourcesRoot)) {}
+    , m_library(std::make_unique<LayerLibrary>(resourcesRoot, userArtworkFolder())) {}
 
 PlanetModel::~PlanetModel() = default;
 
@@ -167,9 +168,9 @@ void PlanetModel::rotateSelected(double step) {
 }
 
 void PlanetModel::orientSelectedToPlanet() {
-    // The projection puts the planet's centre here (normalised, y down).
-    const double cx = 0.5 + 0.5 * setting(Setting::shiftX);
-    const double cy = 0.5 - 0.5 * setting(Setting::horizon);
+    const NormalizedPoint centre = planetCentre(m_look);
+    const double cx = centre.x;
+    const double cy = centre.y;
     editSelected([](const PlacedLayer&) { return true; },
                  [cx, cy](PlacedLayer& l) {
                      const double dx = l.center.x - cx;
@@ -179,6 +180,18 @@ void PlanetModel::orientSelectedToPlanet() {
                                             std::atan2(dy, dx) * 180.0 / std::numbers::pi + 90.0)
                                       : 0.0;
                  });
+}
+
+void PlanetModel::centreSelectedOnPlanet() {
+    const NormalizedPoint centre = planetCentre(m_look);
+    editSelected(
+        [centre](const PlacedLayer& l) { return l.center.x != centre.x || l.center.y != centre.y; },
+        [centre](PlacedLayer& l) { l.center = centre; });
+}
+
+void PlanetModel::rescanUserArtwork() {
+    m_library->rescanUserFolder();
+    Q_EMIT libraryChanged();
 }
 
 // ---- history ----------------------------------------------------------------

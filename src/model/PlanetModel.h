@@ -105,6 +105,12 @@ public:
     void rotateSelected(double step);
     /// Turns the selected layer so its top points away from the planet's centre.
     void orientSelectedToPlanet();
+    /// Moves the selected layer's centre onto the planet's centre, where a round
+    /// patch covers the tripod.
+    void centreSelectedOnPlanet();
+
+    /// Scans the user's artwork folder again after files were added or removed.
+    void rescanUserArtwork();
 
     // History
     Look snapshot() const { return m_look; }
@@ -154,6 +160,8 @@ Q_SIGNALS:
     void canRedoChanged();
     /// Emitted by every refreshPreview() call, whether or not a picture came out.
     void previewRefreshed();
+    /// The artwork catalogue changed (the user's part was scanned again).
+    void libraryChanged();
 
 private:
     /// Writes every setting, the preset and the layers of `look` as one batch (no

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
 
 namespace velmora {
 
@@ -11,6 +12,11 @@ namespace {
 QString& overrideRoot() {
     static QString root;
     return root;
+}
+
+QString& overrideUserFolder() {
+    static QString folder;
+    return folder;
 }
 
 QString executableDir() {
@@ -42,6 +48,18 @@ QString resourcesRoot() {
 
 void setResourcesRoot(const QString& path) {
     overrideRoot() = path;
+}
+
+QString userArtworkFolder() {
+    if (!overrideUserFolder().isEmpty())
+        return overrideUserFolder();
+    // Qt reads XDG_DATA_HOME and falls back to ~/.local/share, as the spec says.
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    return data.isEmpty() ? QString() : data + QStringLiteral("/velmora/Layers");
+}
+
+void setUserArtworkFolder(const QString& path) {
+    overrideUserFolder() = path;
 }
 
 } // namespace velmora

@@ -15,4 +15,10 @@ QString resourcesRoot();
 /// Overrides the lookup; an empty path restores it.
 void setResourcesRoot(const QString& path);
 
+/// The folder of the user's own artwork: $XDG_DATA_HOME/velmora/Layers (by default
+/// ~/.local/share/velmora/Layers), one sub-folder per category. It need not exist.
+QString userArtworkFolder();
+/// Overrides it (tests); an empty path restores it.
+void setUserArtworkFolder(const QString& path);
+
 } // namespace velmora

@@ -420,18 +420,21 @@ given in brackets, followed by the wider range the command line accepts.
 )") + settings +
            QStringLiteral(
                R"(  --layer LAYER       artwork to place, bottom first; repeatable. LAYER is
-                      ASSET_ID[@X,Y][:key=value,...]: the point is where its
-                      centre goes (0,0 top-left to 1,1 bottom-right, default
-                      0.5,0.5); keys are scale (width as a fraction of the side,
-                      default 0.25), rotation (degrees clockwise), opacity (0 to 1),
-                      blend (normal, screen or multiply; glows, flares and
-                      overlays start in screen) and the flag flip. For example
+                      ASSET[@X,Y][:key=value,...], ASSET an id from velmora
+                      layers or the path of an image file (a logo, say); the
+                      point is where its centre goes (0,0 top-left to 1,1
+                      bottom-right, default 0.5,0.5); keys are scale (width as a
+                      fraction of the side, default 0.25), rotation (degrees
+                      clockwise), opacity (0 to 1), blend (normal, screen or
+                      multiply; glows, flares and overlays start in screen) and
+                      the flag flip. For example
                       --layer "Glows/orb.png@0.5,0.2:scale=0.3,rotation=15"
   --resources DIR     use DIR as the resources folder (render and layers)
 
-layers prints one line per artwork: its id, category and name, tab-separated;
-a backslash escapes @, : and itself, and \t and \n stand for a tab and a newline,
-in the form --layer takes.
+layers prints one line per artwork, shipped then the user's own (from
+$XDG_DATA_HOME/velmora/Layers, ids starting with user/): its id, category and
+name, tab-separated; a backslash escapes @, : and itself, and \t and \n stand for
+a tab and a newline, in the form --layer takes.
 
 Exit status: 0 on success, 1 when a file cannot be read or written, 2 for a
 usage error.
@@ -446,7 +449,7 @@ int runLayers(const Invocation& invocation, QTextStream& out, QTextStream& err) 
         }
         setResourcesRoot(invocation.resources);
     }
-    const LayerLibrary library(resourcesRoot());
+    const LayerLibrary library(resourcesRoot(), userArtworkFolder());
     for (const LayerAsset& asset : library.assets())
         out << escapedAssetID(asset.id) << '\t' << escapedAssetID(asset.category) << '\t'
             << escapedAssetID(asset.name) << '\n';
@@ -475,7 +478,7 @@ Status checkOutputPath(const QString& path) {
     return {};
 }
 
-Result<Look> lookFromOptions(const RenderOptions& options, const LayerLibrary& library) {
+Result<Look> lookFromOptions(const RenderOptions& options, LayerLibrary& library) {
     Look look;
     if (options.preset)
         look = look.withPreset(*options.preset);
@@ -485,9 +488,13 @@ Result<Look> lookFromOptions(const RenderOptions& options, const LayerLibrary& l
             look.selectedPreset.reset();
     }
     for (const LayerPlacement& placement : options.layers) {
-        const LayerAsset* asset = library.asset(placement.assetID);
+        // A file a script names (a logo for every planet of a batch) before an id.
+        const LayerAsset* asset = QFileInfo(placement.assetID).isFile()
+                                      ? library.addFile(placement.assetID)
+                                      : library.asset(placement.assetID);
         if (!asset)
-            return Failure{QStringLiteral("--layer: unknown asset '%1' (velmora layers lists them)")
+            return Failure{QStringLiteral("--layer: '%1' is neither an image file nor an asset "
+                                          "(velmora layers lists them)")
                                .arg(placement.assetID)};
         PlacedLayer layer = placeAsset(*asset, placement.at);
         layer.scale = placement.scale.value_or(layer.scale);
@@ -532,7 +539,7 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     const Result<PlanetRenderer> renderer = PlanetRenderer::load(root);
     if (!renderer)
         return fail(renderer.message(), failure);
-    LayerLibrary library(root);
+    LayerLibrary library(root, userArtworkFolder());
     const Result<Look> look = lookFromOptions(r, library);
     if (!look)
         return fail(look.message(), usageError);

@@ -82,9 +82,10 @@ bool needsDisplay(const QStringList& arguments);
 Status checkOutputPath(const QString& path);
 
 /// The look `options` describe: the preset first, then each setting given, then the
-/// layers as the window would add them, with their keys. Fails, naming the asset,
-/// for a layer that is not in `library`.
-Result<Look> lookFromOptions(const RenderOptions& options, const LayerLibrary& library);
+/// layers as the window would add them, with their keys. A layer that names an
+/// existing file is that file (added to `library`); otherwise it is an asset id.
+/// Fails, naming it, for a layer that is neither.
+Result<Look> lookFromOptions(const RenderOptions& options, LayerLibrary& library);
 
 /// Runs `render`: the picture with its settings and layers to OUT. Messages go to
 /// `err`; nothing is written unless everything succeeds.

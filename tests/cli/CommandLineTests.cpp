@@ -2,10 +2,12 @@
 #include "layers/LayerLibrary.h"
 #include "support/TestSupport.h"
 
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
 #include <QProcess>
+#include <QStandardPaths>
 
 #include <gtest/gtest.h>
 
@@ -123,7 +125,7 @@ TEST(CommandLineParsing, EverySettingOfTheTableIsAnOption) {
 
 TEST(CommandLineLook, OptionsMakeTheLookTheWindowWould) {
     test::SampleResources resources;
-    const LayerLibrary library(resources.path());
+    LayerLibrary library(resources.path());
     cli::RenderOptions options;
     options.preset = Preset::spiral;
     options.settings[Setting::vignette] = 0.4;
@@ -446,6 +448,39 @@ TEST_F(CommandLineRun, EveryListedIdCanBePlaced) {
                                QStringLiteral("--layer"), fields[0] + QStringLiteral("@0.4,0.4")}));
         EXPECT_EQ(run.status, 0) << fields[0] << ": " << run.err;
     }
+}
+
+TEST_F(CommandLineRun, ALayerCanBeAnImageFileOrTheUsersOwnArt) {
+    const QString logo = files.addPng(QStringLiteral("logo.png"), {100, 100}, QColor(0, 0, 255));
+    const QString out = files.file(QStringLiteral("planet.png"));
+    Outcome run = runProgram(
+        render({picture, QStringLiteral("-o"), out, QStringLiteral("--size=128"),
+                QStringLiteral("--layer"), logo + QStringLiteral("@0.5,0.5:scale=0.5")}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_LE(test::channelDistance(QImage(out).pixelColor(64, 64), QColor(0, 0, 255)), 1);
+
+    run = runProgram(render({picture, QStringLiteral("-o"), out, QStringLiteral("--layer"),
+                             files.file(QStringLiteral("gone.png"))}));
+    EXPECT_EQ(run.status, 2);
+    EXPECT_TRUE(run.err.contains(QStringLiteral("gone.png"))) << run.err;
+
+    // The user's library (under the test's own data folder) is listed and placeable.
+    const QString mine = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+                         QStringLiteral("/velmora/Layers/Logos");
+    QDir().mkpath(mine);
+    QImage green(40, 40, QImage::Format_ARGB32);
+    green.fill(QColor(0, 255, 0));
+    ASSERT_TRUE(green.save(mine + QStringLiteral("/mark.png")));
+    const Outcome listed =
+        runProgram({QStringLiteral("layers"), QStringLiteral("--resources"), resources.path()});
+    EXPECT_TRUE(listed.out.endsWith(QStringLiteral("user/Logos/mark.png\tLogos\tmark\n")))
+        << listed.out;
+    run = runProgram(render({picture, QStringLiteral("-o"), out, QStringLiteral("--size=128"),
+                             QStringLiteral("--layer"),
+                             QStringLiteral("user/Logos/mark.png@0.5,0.5:scale=0.5")}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_LE(test::channelDistance(QImage(out).pixelColor(64, 64), QColor(0, 255, 0)), 1);
+    QDir(mine).removeRecursively();
 }
 
 TEST_F(CommandLineRun, UsageErrorsExitTwoBeforeTouchingAnything) {

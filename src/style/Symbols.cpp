@@ -46,6 +46,7 @@ const QHash<QString, QString>& symbolTable() {
         {QStringLiteral("rotate.left"), QStringLiteral("arrow-arc-left-bold.svg")},
         {QStringLiteral("rotate.right"), QStringLiteral("arrow-arc-right-bold.svg")},
         {QStringLiteral("location.north.circle"), QStringLiteral("compass-bold.svg")},
+        {QStringLiteral("scope"), QStringLiteral("crosshair-bold.svg")},
         {QStringLiteral("square.3.layers.3d.top.filled"),
          QStringLiteral("selection-foreground-bold.svg")},
         {QStringLiteral("square.3.layers.3d.bottom.filled"),

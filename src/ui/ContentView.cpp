@@ -439,6 +439,7 @@ void ContentView::toggleLibrary() {
         divider->setParent(m_libraryDrawer);
         divider->setObjectName(QStringLiteral("libraryDivider"));
         m_library = new LayerLibraryPanel(*m_model, m_libraryDrawer);
+        m_library->onNotice = [this](bool failed, const QString& text) { showToast(failed, text); };
         divider->setGeometry(0, 0, 1, height());
         divider->show();
         m_library->show();

@@ -190,6 +190,8 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
     IconButton* orient =
         addIconButton(QStringLiteral("location.north.circle"), QStringLiteral("Orient to planet"),
                       QStringLiteral("orient"));
+    IconButton* centre = addIconButton(QStringLiteral("scope"), QStringLiteral("Centre on planet"),
+                                       QStringLiteral("centre"));
     IconButton* forward =
         addIconButton(QStringLiteral("square.3.layers.3d.top.filled"),
                       QStringLiteral("Bring forward"), QStringLiteral("bringForward"));
@@ -211,6 +213,7 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
             [this] { m_model.resetSelectedRotation(); });
     connect(rotateRight, &QAbstractButton::clicked, this, [this] { m_model.rotateSelected(15); });
     connect(orient, &QAbstractButton::clicked, this, [this] { m_model.orientSelectedToPlanet(); });
+    connect(centre, &QAbstractButton::clicked, this, [this] { m_model.centreSelectedOnPlanet(); });
     connect(forward, &QAbstractButton::clicked, this, [this] { m_model.bringSelectedForward(); });
     connect(backward, &QAbstractButton::clicked, this, [this] { m_model.sendSelectedBackward(); });
     connect(remove, &QAbstractButton::clicked, this, [this] { m_model.deleteSelectedLayer(); });

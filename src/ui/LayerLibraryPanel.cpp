@@ -1,24 +1,33 @@
 #include "ui/LayerLibraryPanel.h"
 
 #include "model/PlanetModel.h"
+#include "model/UserArtwork.h"
 #include "style/FocusRing.h"
 #include "style/Palette.h"
 #include "style/Typography.h"
 #include "ui/Checkerboard.h"
 #include "ui/FlowLayout.h"
+#include "ui/HeaderButton.h"
 #include "ui/SectionLabel.h"
 #include "ui/Thumbnail.h"
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QContextMenuEvent>
+#include <QDir>
 #include <QDrag>
+#include <QDragEnterEvent>
+#include <QFileDialog>
 #include <QHBoxLayout>
 #include <QHideEvent>
 #include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPushButton>
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
@@ -137,6 +146,9 @@ public:
     const LayerAsset& asset() const { return m_asset; }
     bool isLoaded() const { return m_attempted; }
 
+    /// Set for the user's own artwork, which has a menu (global position).
+    std::function<void(const LayerAsset&, QPoint)> onContextMenu;
+
 protected:
     void paintEvent(QPaintEvent*) override {
         QPainter painter(this);
@@ -160,6 +172,13 @@ protected:
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(bounds.adjusted(0.5, 0.5, -0.5, -0.5), cellRadius - 0.5,
                                 cellRadius - 0.5);
+    }
+
+    void contextMenuEvent(QContextMenuEvent* event) override {
+        if (onContextMenu)
+            onContextMenu(m_asset, event->globalPos());
+        else
+            event->ignore();
     }
 
     void mousePressEvent(QMouseEvent* event) override {
@@ -333,17 +352,39 @@ LayerLibraryPanel::LayerLibraryPanel(PlanetModel& model, QWidget* parent)
     : QWidget(parent)
     , m_model(model) {
     setFixedWidth(panelWidth);
+    setAcceptDrops(true);
+    chooseArtworkFiles = [this] { return defaultArtworkFiles(); };
+    confirmDelete = [this](const LayerAsset& asset) { return defaultConfirmDelete(asset); };
+    auto* outer = new QVBoxLayout(this);
+    outer->setContentsMargins(0, 0, 0, 0);
+    connect(&m_model, &PlanetModel::libraryChanged, this, &LayerLibraryPanel::rebuild);
+    rebuild();
+}
+
+void LayerLibraryPanel::rebuild() {
+    // The old contents may be mid-event (a menu of theirs just closed): they leave the
+    // tree now and go when the event loop next runs.
+    if (m_body) {
+        m_body->hide();
+        m_body->setParent(nullptr);
+        m_body->deleteLater();
+    }
+    m_chips.clear();
+    m_grid = nullptr;
+    m_gridScroller = nullptr;
+    m_body = new QWidget(this);
+    layout()->addWidget(m_body);
     const LayerLibrary& library = m_model.library();
 
-    auto* stack = new QVBoxLayout(this);
+    auto* stack = new QVBoxLayout(m_body);
     stack->setContentsMargins(14, 14, 14, 14);
     stack->setSpacing(12);
 
     auto* header = new QHBoxLayout;
     header->setSpacing(0);
-    header->addWidget(new SectionLabel(QStringLiteral("Layers"), this), 0, Qt::AlignVCenter);
+    header->addWidget(new SectionLabel(QStringLiteral("Layers"), m_body), 0, Qt::AlignVCenter);
     header->addStretch(1);
-    auto* count = new QLabel(QString::number(library.assets().size()), this);
+    auto* count = new QLabel(QString::number(library.assets().size()), m_body);
     count->setObjectName(QStringLiteral("count"));
     count->setFont(style::uiFont(11, QFont::Medium));
     QPalette countPalette = count->palette();
@@ -352,17 +393,33 @@ LayerLibraryPanel::LayerLibraryPanel(PlanetModel& model, QWidget* parent)
     header->addWidget(count, 0, Qt::AlignVCenter);
     stack->addLayout(header);
 
+    auto* add =
+        new HeaderButton(QStringLiteral("plus"), QStringLiteral("Add Artwork\u2026"), m_body);
+    add->setObjectName(QStringLiteral("addArtwork"));
+    add->setToolTip(QStringLiteral("Copy image files into your library, into the chosen "
+                                   "category or My Artwork (or drop them here)"));
+    add->setLook({Qt::white, style::Palette::control, style::Palette::hairline, 9.0});
+    add->setPadding(12, 7);
+    add->setFontPixelSize(12);
+    connect(add, &QAbstractButton::clicked, this, [this] {
+        const QStringList files = chooseArtworkFiles();
+        if (!files.isEmpty())
+            addArtwork(files);
+    });
+
     if (library.assets().isEmpty()) {
-        auto* empty = smallNote(richTextWithCode(emptyLibraryText), this);
+        auto* empty = smallNote(richTextWithCode(emptyLibraryText), m_body);
         empty->setObjectName(QStringLiteral("emptyText"));
         empty->setTextFormat(Qt::RichText);
         stack->addWidget(empty);
+        stack->addWidget(add, 0, Qt::AlignLeft);
         stack->addStretch(1);
+        m_category.clear();
         return;
     }
 
     // Every category in view at any width: the chips wrap onto further rows.
-    auto* chipRow = new QWidget(this);
+    auto* chipRow = new QWidget(m_body);
     chipRow->setObjectName(QStringLiteral("chips"));
     auto* chipLayout = new FlowLayout(chipRow, 6);
     m_chips.append(new Chip(QStringLiteral("All"), QString(), chipRow));
@@ -375,7 +432,7 @@ LayerLibraryPanel::LayerLibraryPanel(PlanetModel& model, QWidget* parent)
     }
     stack->addWidget(chipRow);
 
-    m_gridScroller = new QScrollArea(this);
+    m_gridScroller = new QScrollArea(m_body);
     m_gridScroller->setObjectName(QStringLiteral("grid"));
     m_gridScroller->setFrameShape(QFrame::NoFrame);
     m_gridScroller->setWidgetResizable(true);
@@ -391,18 +448,25 @@ LayerLibraryPanel::LayerLibraryPanel(PlanetModel& model, QWidget* parent)
                        " background: transparent; }"));
     m_gridScroller->viewport()->setAutoFillBackground(false);
     m_grid = new Grid(m_gridScroller);
-    for (const LayerAsset& asset : library.assets())
-        m_grid->addCell(new Cell(m_model, asset, m_grid));
+    for (const LayerAsset& asset : library.assets()) {
+        auto* cell = new Cell(m_model, asset, m_grid);
+        if (asset.isUser)
+            cell->onContextMenu = [this](const LayerAsset& a, QPoint at) { showCellMenu(a, at); };
+        m_grid->addCell(cell);
+    }
     m_gridScroller->setWidget(m_grid);
     m_grid->setAutoFillBackground(false);
     stack->addWidget(m_gridScroller, 1);
 
-    auto* hint = smallNote(hintText, this);
+    auto* hint = smallNote(hintText, m_body);
     hint->setObjectName(QStringLiteral("hint"));
     hint->setTextFormat(Qt::PlainText);
     stack->addWidget(hint);
+    stack->addWidget(add, 0, Qt::AlignLeft);
 
-    setCategory(QString());
+    setCategory(library.categories().contains(m_category) ? m_category : QString());
+    if (isVisible())
+        m_body->show(); // a rebuilt panel shows at once
 }
 
 LayerLibraryPanel::~LayerLibraryPanel() = default;
@@ -459,6 +523,125 @@ void LayerLibraryPanel::hideEvent(QHideEvent* event) {
             m_gridScroller->verticalScrollBar()->setValue(0);
     }
     QWidget::hideEvent(event);
+}
+
+// ---- the user's own artwork -----------------------------------------------------
+
+QStringList LayerLibraryPanel::defaultArtworkFiles() {
+    QStringList patterns;
+    for (const QString& suffix : artworkImportSuffixes())
+        patterns << QStringLiteral("*.") + suffix << QStringLiteral("*.") + suffix.toUpper();
+    return QFileDialog::getOpenFileNames(
+        this, QStringLiteral("Add Artwork"), QDir::homePath(),
+        QStringLiteral("Images (%1)").arg(patterns.join(QLatin1Char(' '))));
+}
+
+bool LayerLibraryPanel::defaultConfirmDelete(const LayerAsset& asset) {
+    QMessageBox box(QMessageBox::Warning, QStringLiteral("Remove from Library"),
+                    QStringLiteral("Delete \u201c%1\u201d for good?").arg(asset.name),
+                    QMessageBox::NoButton, this);
+    box.setInformativeText(
+        QStringLiteral("There is no trash to move it to, so it cannot be brought back."));
+    QPushButton* remove = box.addButton(QStringLiteral("Delete"), QMessageBox::DestructiveRole);
+    QPalette warning = remove->palette();
+    warning.setColor(QPalette::ButtonText, style::Palette::destructive);
+    remove->setPalette(warning);
+    box.setDefaultButton(box.addButton(QMessageBox::Cancel));
+    box.exec();
+    return box.clickedButton() == remove;
+}
+
+void LayerLibraryPanel::notify(bool failed, const QString& text) {
+    if (onNotice)
+        onNotice(failed, text);
+}
+
+void LayerLibraryPanel::addArtwork(const QStringList& files) {
+    // Into the category on show, so picking a chip first picks where art goes.
+    const QString category = m_category.isEmpty() ? defaultArtworkCategory.toString() : m_category;
+    const ArtworkImport imported = importArtwork(files, category, m_model.library().userFolder());
+    if (!imported.added.isEmpty()) {
+        m_category = category;
+        m_model.rescanUserArtwork();
+    }
+    if (!imported.refused.isEmpty())
+        notify(true, QStringLiteral("Couldn't add ") + imported.refused.join(QStringLiteral("; ")));
+    else if (!imported.added.isEmpty())
+        notify(false,
+               imported.added.size() == 1
+                   ? QStringLiteral("Added to %1").arg(category)
+                   : QStringLiteral("Added %1 to %2").arg(imported.added.size()).arg(category));
+}
+
+void LayerLibraryPanel::removeFromLibrary(const QString& assetID) {
+    const LayerAsset* found = m_model.library().asset(assetID);
+    if (!found || !found->isUser)
+        return;
+    const LayerAsset asset = *found;
+    switch (trashArtwork(asset)) {
+    case ArtworkRemoval::trashed:
+        break;
+    case ArtworkRemoval::noTrash:
+        if (!confirmDelete(asset))
+            return;
+        if (const Status deleted = deleteArtwork(asset); !deleted) {
+            notify(true, QStringLiteral("Couldn't remove ") + deleted.message());
+            return;
+        }
+        break;
+    case ArtworkRemoval::failed:
+        notify(true, QStringLiteral("Couldn't remove %1").arg(asset.filePath()));
+        return;
+    }
+    m_model.rescanUserArtwork();
+}
+
+void LayerLibraryPanel::showCellMenu(const LayerAsset& asset, QPoint globalPos) {
+    auto* menu = new QMenu(this);
+    menu->setObjectName(QStringLiteral("artworkMenu"));
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    QAction* remove = menu->addAction(QStringLiteral("Remove from Library"));
+    const QString id = asset.id;
+    // Once the menu has gone: removing rebuilds the grid the menu was opened from.
+    connect(remove, &QAction::triggered, this, [this, id] {
+        QMetaObject::invokeMethod(
+            this, [this, id] { removeFromLibrary(id); }, Qt::QueuedConnection);
+    });
+    menu->popup(globalPos);
+}
+
+namespace {
+
+QStringList localFiles(const QMimeData* data) {
+    QStringList files;
+    if (data && data->hasUrls()) {
+        for (const QUrl& url : data->urls()) {
+            if (url.isLocalFile())
+                files.append(url.toLocalFile());
+        }
+    }
+    return files;
+}
+
+} // namespace
+
+void LayerLibraryPanel::dragEnterEvent(QDragEnterEvent* event) {
+    if (!localFiles(event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+    else
+        event->ignore();
+}
+
+void LayerLibraryPanel::dropEvent(QDropEvent* event) {
+    const QStringList files = localFiles(event->mimeData());
+    if (files.isEmpty()) {
+        event->ignore();
+        return;
+    }
+    event->acceptProposedAction();
+    // After the drop has finished: decoding may take a moment.
+    QMetaObject::invokeMethod(
+        this, [this, files] { addArtwork(files); }, Qt::QueuedConnection);
 }
 
 } // namespace velmora::ui

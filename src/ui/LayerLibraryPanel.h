@@ -5,12 +5,15 @@
 #include <QStringList>
 #include <QWidget>
 
+#include <functional>
+
 class QAbstractButton;
 class QScrollArea;
 
 namespace velmora {
 class PlanetModel;
-}
+struct LayerAsset;
+} // namespace velmora
 
 namespace velmora::ui {
 
@@ -19,7 +22,9 @@ namespace velmora::ui {
 /// dragging one carries dragPayload(id) as plain text to the canvas.
 ///
 /// Its own state is the chosen category, which starts at "All" whenever the panel is
-/// shown again.
+/// shown again. "Add Artwork…" (or image files dropped on the panel) copies files into
+/// the user's library, into the chosen category or "My Artwork"; the user's own
+/// thumbnails have a menu to remove them again.
 class LayerLibraryPanel : public QWidget {
 public:
     static constexpr int panelWidth = 262;
@@ -38,9 +43,23 @@ public:
     /// The drag text for an asset: "velmora-layer:" followed by its id.
     static QString dragPayload(const QString& assetID);
 
+    /// Copies image files into the user's library and shows them.
+    void addArtwork(const QStringList& files);
+    /// Moves a user asset's file to the trash (or, with no trash and a yes from
+    /// confirmDelete, deletes it); shipped artwork is left alone.
+    void removeFromLibrary(const QString& assetID);
+
+    /// How files are chosen and a deletion without trash confirmed; replaced by tests.
+    std::function<QStringList()> chooseArtworkFiles;
+    std::function<bool(const LayerAsset&)> confirmDelete;
+    /// What the panel has to say (artwork added, or refused and why).
+    std::function<void(bool failed, const QString& text)> onNotice;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void hideEvent(QHideEvent* event) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
 
 private:
     class Chip;
@@ -48,9 +67,15 @@ private:
     class Grid;
 
     void updateChips();
+    void rebuild();
+    void showCellMenu(const LayerAsset& asset, QPoint globalPos);
+    void notify(bool failed, const QString& text);
+    QStringList defaultArtworkFiles();
+    bool defaultConfirmDelete(const LayerAsset& asset);
 
     PlanetModel& m_model;
     QString m_category;
+    QWidget* m_body = nullptr;
     QList<Chip*> m_chips;
     QScrollArea* m_gridScroller = nullptr;
     Grid* m_grid = nullptr;

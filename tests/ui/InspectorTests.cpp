@@ -84,10 +84,10 @@ TEST_F(InspectorTest, ControlsReadLeftToRightWithTheirHelpTexts) {
     QStringList help;
     for (const QAbstractButton* b : buttons)
         help.append(b->toolTip());
-    EXPECT_EQ(help,
-              (QStringList{"Blend mode", "Flip", QString::fromUtf8("Rotate −15°"), "Reset rotation",
-                           QString::fromUtf8("Rotate +15°"), "Orient to planet", "Bring forward",
-                           "Send backward", "Delete layer (Delete or Backspace)"}));
+    EXPECT_EQ(help, (QStringList{"Blend mode", "Flip", QString::fromUtf8("Rotate −15°"),
+                                 "Reset rotation", QString::fromUtf8("Rotate +15°"),
+                                 "Orient to planet", "Centre on planet", "Bring forward",
+                                 "Send backward", "Delete layer (Delete or Backspace)"}));
     EXPECT_EQ(help[2].at(7), QChar(0x2212));
 
     const auto* caption = inspector.findChild<QLabel*>(QStringLiteral("caption"));

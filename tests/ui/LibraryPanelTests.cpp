@@ -5,9 +5,13 @@
 
 #include <QAbstractButton>
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QDir>
 #include <QDrag>
+#include <QDragEnterEvent>
+#include <QFileInfo>
 #include <QLabel>
+#include <QMenu>
 #include <QMimeData>
 #include <QScrollArea>
 #include <QScrollBar>
@@ -283,4 +287,62 @@ TEST_F(LibraryPanelTest, EveryCategoryChipIsInViewAndAnswersAPlainClick) {
     const auto* grid = widget->findChild<QScrollArea*>(QStringLiteral("grid"));
     EXPECT_GE(grid->mapTo(widget.get(), QPoint(0, 0)).y(),
               all.last()->mapTo(widget.get(), QPoint(0, all.last()->height())).y());
+}
+
+TEST_F(LibraryPanelTest, AddedArtworkJoinsTheLibraryAndCanBeRemovedAgain) {
+    test::TempTree user;
+    test::TempTree sources;
+    setUserArtworkFolder(user.file(QStringLiteral("Layers")));
+    ui::LayerLibraryPanel& p = panel();
+    QStringList notices;
+    p.onNotice = [&notices](bool failed, const QString& text) {
+        notices.append((failed ? QStringLiteral("failed: ") : QString()) + text);
+    };
+    const QString logo = sources.addPng(QStringLiteral("logo.png"), {64, 64}, Qt::yellow);
+    const QString broken = sources.addFile(QStringLiteral("broken.webp"), "nothing");
+    p.chooseArtworkFiles = [&] { return QStringList{logo, broken}; };
+
+    QTest::mouseClick(widget->findChild<QAbstractButton*>(QStringLiteral("addArtwork")),
+                      Qt::LeftButton);
+    QApplication::processEvents();
+    EXPECT_EQ(p.category(), QStringLiteral("My Artwork"));
+    EXPECT_EQ(checkedChips(), QStringList{"My Artwork"});
+    EXPECT_EQ(shownCells(), QStringList{"user/My Artwork/logo.png"});
+    ASSERT_EQ(notices.size(), 1);
+    EXPECT_TRUE(notices[0].startsWith(QStringLiteral("failed: Couldn't add ") + broken))
+        << notices[0].toStdString();
+
+    // Files dropped on the panel come in the same way, into the chosen category.
+    QTest::mouseClick(chips()[2], Qt::LeftButton); // Glows
+    QMimeData data;
+    data.setUrls({QUrl::fromLocalFile(sources.addPng(QStringLiteral("spark.png")))});
+    QDragEnterEvent enter(QPoint(100, 300), Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(widget.get(), &enter);
+    EXPECT_TRUE(enter.isAccepted());
+    QDropEvent drop(QPointF(100, 300), Qt::CopyAction, &data, Qt::LeftButton, {});
+    QApplication::sendEvent(widget.get(), &drop);
+    QApplication::processEvents();
+    EXPECT_EQ(p.category(), QStringLiteral("Glows"));
+    EXPECT_EQ(shownCells(), (QStringList{"Glows/orb.png", "user/Glows/spark.png"}));
+
+    // The user's thumbnail has a menu that removes it; shipped art has none.
+    const auto menuOn = [this](const QString& id) {
+        QWidget* target = cell(id);
+        QContextMenuEvent event(QContextMenuEvent::Mouse, QPoint(5, 5),
+                                target->mapToGlobal(QPoint(5, 5)));
+        QApplication::sendEvent(target, &event);
+        return widget->findChild<QMenu*>(QStringLiteral("artworkMenu"));
+    };
+    EXPECT_EQ(menuOn(QStringLiteral("Glows/orb.png")), nullptr);
+    QMenu* menu = menuOn(QStringLiteral("user/Glows/spark.png"));
+    ASSERT_NE(menu, nullptr);
+    ASSERT_EQ(menu->actions().size(), 1);
+    EXPECT_EQ(menu->actions()[0]->text(), QStringLiteral("Remove from Library"));
+    menu->actions()[0]->trigger();
+    menu->close();
+    QApplication::processEvents();
+    QApplication::processEvents();
+    EXPECT_EQ(shownCells(), QStringList{"Glows/orb.png"});
+    EXPECT_FALSE(QFileInfo::exists(user.file(QStringLiteral("Layers/Glows/spark.png"))));
+    setUserArtworkFolder({});
 }

@@ -190,7 +190,7 @@ TEST_F(WindowUseTest, TheInspectorStaysWholeAtTheSmallestWindowWithTheLibraryOpe
             if (qobject_cast<QAbstractButton*>(w) || qobject_cast<QSlider*>(w))
                 controls.append(w);
         }
-        EXPECT_EQ(controls.size(), 10);
+        EXPECT_EQ(controls.size(), 11);
         for (QWidget* w : controls) {
             EXPECT_TRUE(w->isVisible()) << w->objectName().toStdString();
             EXPECT_TRUE(inWindow(&region()).contains(inWindow(w))) << w->objectName().toStdString();

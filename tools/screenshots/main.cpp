@@ -1,7 +1,7 @@
 // Takes the screenshots in docs/ of the real window, scripted: the empty window, the
 // sample planet with the library open and a turned layer selected (also at the
-// smallest window size), and the note a failed export leaves at the top of the
-// canvas. Run it under
+// smallest window size), a badge of the user's own as a nadir patch, and the note a
+// failed export leaves at the top of the canvas. Run it under
 // a display (Xvfb works): velmora_screenshots OUTDIR [RESOURCES]
 
 #include "app/Application.h"
@@ -11,9 +11,12 @@
 #include "model/PlanetRenderer.h"
 #include "model/Resources.h"
 #include "ui/ContentView.h"
+#include "ui/LayerLibraryPanel.h"
 
 #include <QApplication>
 #include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
 #include <QTimer>
 
 using namespace velmora;
@@ -44,6 +47,9 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "%s\n", qPrintable(renderer.message()));
         return 1;
     }
+    // The user's own artwork goes to a scratch library, never the real one.
+    const QTemporaryDir userData;
+    setUserArtworkFolder(userData.filePath(QStringLiteral("Layers")));
     MainWindow window(*renderer);
     window.resize(1400, 900);
     window.show();
@@ -71,6 +77,28 @@ int main(int argc, char** argv) {
     window.grab().save(out.filePath(QStringLiteral("window-narrow.png")));
     window.resize(1400, 900);
     settle(400);
+
+    // A round badge of the user's own, imported as SVG and centred on the planet as a
+    // nadir patch over the tripod.
+    const QString badge = userData.filePath(QStringLiteral("Nadir badge.svg"));
+    if (QFile file(badge); file.open(QIODevice::WriteOnly)) {
+        file.write("<svg xmlns='http://www.w3.org/2000/svg' width='512' height='512'>"
+                   "<circle cx='256' cy='256' r='250' fill='#0b0d12'/>"
+                   "<circle cx='256' cy='256' r='222' fill='none' stroke='#73c9f5' "
+                   "stroke-width='12' stroke-dasharray='30 22'/>"
+                   "<circle cx='256' cy='200' r='44' fill='#73c9f5'/>"
+                   "<text x='256' y='340' font-family='sans-serif' font-size='52' "
+                   "fill='white' text-anchor='middle' letter-spacing='6'>VELMORA</text></svg>");
+    }
+    window.content()->libraryPanel()->addArtwork({badge});
+    model.addLayer(QStringLiteral("user/My Artwork/Nadir badge.png"), {0.5, 0.5});
+    model.setSetting(Setting::horizon, 0.1);
+    model.centreSelectedOnPlanet();
+    model.updateLayer(model.selectedLayerID(), [](PlacedLayer& l) { l.scale = 0.2; });
+    settle(1200);
+    window.grab().save(out.filePath(QStringLiteral("window-nadir.png")));
+    model.undo();
+    model.deleteSelectedLayer();
 
     // An export into a folder that is not there: the top of the canvas with the note.
     window.content()->chooseExportFile = [](const QString& name) {

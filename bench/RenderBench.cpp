@@ -91,10 +91,37 @@ static void previewRender(benchmark::State& state) {
         model->applyPreset(allPresets[static_cast<size_t>(preset)]);
     state.SetLabel(preset >= 0 ? presetTitle(allPresets[static_cast<size_t>(preset)]).toStdString()
                                : "defaults");
+    // A projection setting changes each time, as a projection slider would.
+    bool up = false;
+    const double rotation = model->setting(Setting::rotationDegrees);
     for (auto _ : state)
-        model->refreshPreview();
+        model->setSetting(Setting::rotationDegrees, rotation + ((up = !up) ? 1.0 : 0.0));
 }
 BENCHMARK(previewRender)
+    ->DenseRange(-1, 4)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->MinTime(2.0);
+
+// A change of the grade alone (the Gamma slider) at the defaults and each preset: the
+// preview keeps its projection, so only the grade and the 8-bit store run. Set
+// against previewRender, which projects every time.
+static void previewGradeStep(benchmark::State& state) {
+    const std::unique_ptr<PlanetModel> model = bench::modelWithSample();
+    if (!model) {
+        state.SkipWithError("no sample panorama in the resources");
+        return;
+    }
+    const auto preset = state.range(0);
+    if (preset >= 0)
+        model->applyPreset(allPresets[static_cast<size_t>(preset)]);
+    state.SetLabel(preset >= 0 ? presetTitle(allPresets[static_cast<size_t>(preset)]).toStdString()
+                               : "defaults");
+    bool up = false;
+    for (auto _ : state)
+        model->setSetting(Setting::gamma, (up = !up) ? 1.2 : 1.0);
+}
+BENCHMARK(previewGradeStep)
     ->DenseRange(-1, 4)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime()

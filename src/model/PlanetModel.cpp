@@ -251,8 +251,24 @@ void PlanetModel::refreshPreview() {
         m_previewImage = QImage();
         Q_EMIT previewImageChanged();
     } else if (m_previewRendering) {
-        const int side = m_drafting ? draftSide : previewSide;
-        if (Result<QImage> preview = m_renderer.renderPreview(m_look, m_sourceImage, side)) {
+        const auto kept = [this](const ProjectionParameters& parameters) {
+            return m_projection && m_projection->source == m_sourceImage.node().get() &&
+                   m_projection->parameters == parameters;
+        };
+        // A draft only when the projection must be made again: a grade over the kept
+        // full-size projection is cheaper still.
+        const bool fullKept = kept(projectionParameters(m_look, previewSide));
+        const int side = m_drafting && !fullKept ? draftSide : previewSide;
+        const ProjectionParameters parameters = projectionParameters(m_look, side);
+        if (!kept(parameters)) {
+            m_projection.reset();
+            if (const std::optional<render::Image> projected =
+                    m_renderer.projected(m_look, m_sourceImage, side))
+                m_projection = {m_sourceImage.node().get(), parameters, projected->materialized()};
+        }
+        if (Result<QImage> preview =
+                m_projection ? m_renderer.renderGradedPreview(m_projection->projected, m_look, side)
+                             : Result<QImage>(Failure{QStringLiteral("no projection")})) {
             m_previewImage = std::move(preview).value();
             Q_EMIT previewImageChanged();
         }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "filter/ProjectionParameters.h"
 #include "layers/LayerLibrary.h"
 #include "layers/PlacedLayer.h"
 #include "model/Look.h"
@@ -45,8 +46,9 @@ public:
     using PlanetState = Look;
 
     static constexpr int previewSide = 1100;
-    /// The preview's side while a slider is dragged: a quarter of the pixels, so the
-    /// planet follows the pointer; the full preview follows when the drag ends.
+    /// The preview's side while a projection slider is dragged: a quarter of the
+    /// pixels, so the planet follows the pointer; the full preview follows when the
+    /// drag ends.
     static constexpr int draftSide = previewSide / 2;
     static constexpr int maxHistory = 100;
 
@@ -138,8 +140,9 @@ public:
     /// Off: refreshes still count and announce themselves, but render nothing (for
     /// tools that never show the preview).
     void setPreviewRendering(bool on) { m_previewRendering = on; }
-    /// On while the user drags a slider: refreshes render at draftSide. Turning it off
-    /// renders the full preview at once.
+    /// On while the user drags a slider: refreshes that must project the planet again
+    /// render at draftSide (a grade over the kept projection stays full size). Turning
+    /// it off renders the full preview at once.
     void setDrafting(bool on);
     bool isDrafting() const { return m_drafting; }
 
@@ -193,6 +196,14 @@ private:
     bool m_isApplyingPreset = false;
     int m_previewRefreshCount = 0;
     bool m_previewRendering = true;
+    /// The preview's projection, kept while only the grade changes: it is made again
+    /// when the picture, a projection setting or the preview's side changes.
+    struct ProjectionCache {
+        const void* source = nullptr;
+        ProjectionParameters parameters;
+        render::Image projected;
+    };
+    std::optional<ProjectionCache> m_projection;
     bool m_drafting = false;
 };
 

@@ -120,7 +120,12 @@ Result<QImage> PlanetRenderer::renderPreview(const Look& look, const render::Ima
     const std::optional<render::Image> projection = projected(look, source, side);
     if (!projection)
         return noPlanet();
-    const render::Image graded = applyLook(*projection, look);
+    return renderGradedPreview(*projection, look, side);
+}
+
+Result<QImage> PlanetRenderer::renderGradedPreview(const render::Image& projected, const Look& look,
+                                                   int side) const {
+    const render::Image graded = applyLook(projected, look);
     QImage pixels = m_context.render(graded, graded.extent().toAlignedRect(),
                                      render::RenderContext::Layout::premultipliedArgb32);
     if (pixels.isNull())

@@ -59,6 +59,10 @@ public:
     /// The planet without its layers (the canvas draws those itself), premultiplied
     /// ARGB32, ready to paint.
     Result<QImage> renderPreview(const Look& look, const render::Image& source, int side) const;
+    /// The same from a projection already made by projected() at `side` (kept, say,
+    /// while only the grade changes): the grade over it, in pixels.
+    Result<QImage> renderGradedPreview(const render::Image& projected, const Look& look,
+                                       int side) const;
 
     const TinyPlanetFilter& filter() const { return m_filter; }
 

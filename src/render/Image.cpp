@@ -2,11 +2,14 @@
 
 #include "kernels/Sampling.h"
 #include "render/ImageNode.h"
+#include "render/RenderContext.h"
 #include "render/SourcePixels.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
+#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -241,6 +244,47 @@ public:
 
 private:
     std::shared_ptr<const ImageNode> m_child;
+};
+
+/// Renders its child once, over the pixels of its extent, the first time it is needed,
+/// and serves later tiles from those floats: the same values the child gives, without
+/// its cost. The buffer holds four floats a pixel for the node's life.
+class MaterializedNode final : public ImageNode {
+public:
+    explicit MaterializedNode(std::shared_ptr<const ImageNode> child)
+        : ImageNode(child->extent())
+        , m_child(std::move(child))
+        , m_area(extent().toAlignedRect()) {}
+
+    void prepare() const override {
+        std::call_once(m_once, [this] {
+            m_pixels = RenderContext().renderFloats(Image::fromNode(m_child), m_area);
+        });
+    }
+
+    void render(const QRect& rect, const TileView& out, Scratch& scratch) const override {
+        (void)scratch;
+        prepare();
+        const QRect inside = rect.intersected(m_area);
+        if (inside != rect)
+            out.clear();
+        if (inside.isEmpty() || m_pixels.empty())
+            return;
+        for (int y = inside.top(); y <= inside.bottom(); ++y) {
+            const float* from =
+                m_pixels.data() +
+                4 * (static_cast<size_t>(y - m_area.top()) * static_cast<size_t>(m_area.width()) +
+                     static_cast<size_t>(inside.left() - m_area.left()));
+            std::memcpy(out.row(y - rect.top()) + 4 * (inside.left() - rect.left()), from,
+                        sizeof(float) * 4 * static_cast<size_t>(inside.width()));
+        }
+    }
+
+private:
+    std::shared_ptr<const ImageNode> m_child;
+    QRect m_area;
+    mutable std::once_flag m_once;
+    mutable std::vector<float> m_pixels;
 };
 
 /// Per-pixel colour operations on straight (unpremultiplied) values.
@@ -507,6 +551,12 @@ Image Image::transformed(const QTransform& transform) const {
 
 Image Image::cropped(const QRectF& rect) const {
     return Image(std::make_shared<CropNode>(m_node, rect));
+}
+
+Image Image::materialized() const {
+    if (isEmpty() || isInfinite())
+        return *this;
+    return Image(std::make_shared<MaterializedNode>(m_node));
 }
 
 Image Image::gammaAdjusted(double power) const {

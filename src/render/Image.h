@@ -63,6 +63,12 @@ public:
     /// Restricts the extent to `rect` (pixels whose centres lie inside it).
     Image cropped(const QRectF& rect) const;
 
+    /// The same pixels, rendered once over the (finite) extent when first needed and
+    /// kept as floats; later renders copy them. For a costly stage that is reused
+    /// while what follows it changes (the projection under a changing grade). An
+    /// infinite image is returned as it is.
+    Image materialized() const;
+
     /// Each colour channel raised to `power`.
     Image gammaAdjusted(double power) const;
     /// Saturation mixes with Rec. 709 luma (0 = grey), brightness is added, contrast

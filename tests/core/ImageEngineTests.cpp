@@ -318,6 +318,24 @@ TEST(ImageEngine, TilesAgreeWithAnyOtherCut) {
     }
 }
 
+// A materialised image is its recipe rendered once: any area, inside its extent or
+// reaching beyond it, comes out as the recipe's own render.
+TEST(ImageEngine, AMaterialisedImageRendersAsItsRecipe) {
+    const Image recipe = Image::fromQImage(test::testPanorama(300, 150))
+                             .transformed(QTransform().rotate(17).scale(0.7, 0.7))
+                             .gammaAdjusted(1.3)
+                             .cropped(QRectF(0, 0, 200, 120));
+    const Image kept = recipe.materialized();
+    EXPECT_EQ(kept.extent(), recipe.extent());
+    RenderContext context;
+    for (const QRect area : {QRect(0, 0, 200, 120), QRect(-7, 50, 100, 100), QRect(150, 3, 64, 1)})
+        EXPECT_EQ(context.renderFloats(kept.gammaAdjusted(0.8), area),
+                  context.renderFloats(recipe.gammaAdjusted(0.8), area));
+    // Nothing to keep for an image without bounds.
+    const Image endless = Image::radialGradient({0, 0}, 1, 2, {1, 1, 1, 1}, {0, 0, 0, 1});
+    EXPECT_EQ(endless.materialized().node(), endless.node());
+}
+
 TEST(ImageEngine, EightBitOutputRoundsWithinOneCodeValue) {
     const Image c = solid(16, 16, QColor(10, 128, 250, 200));
     RenderContext context;

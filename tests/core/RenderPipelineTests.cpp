@@ -315,4 +315,37 @@ TEST_F(PipelineTest, DraftsAreTheSamePlanetAtHalfTheSideUntilTheRunEnds) {
     model->setDrafting(false);
     EXPECT_EQ(model->previewImage().size(), QSize(1100, 1100));
     EXPECT_EQ(model->previewRefreshCount(), refreshes + 2);
+
+    // A grade slider needs no draft: the grade goes over the kept full projection.
+    model->setDrafting(true);
+    model->setSetting(Setting::gamma, 1.3);
+    EXPECT_EQ(model->previewImage().size(), QSize(1100, 1100));
+    model->setDrafting(false);
+}
+
+// The preview keeps its projection while only the grade changes; whatever the order
+// of changes, the picture is the one a render from scratch gives.
+TEST_F(PipelineTest, AKeptProjectionGivesExactlyTheFreshPreview) {
+    const struct {
+        Setting setting;
+        double value;
+    } steps[] = {
+        {Setting::gamma, 1.4},      {Setting::vignette, 0.5}, {Setting::twist, 0.8},
+        {Setting::saturation, 0.3}, {Setting::contrast, 1.6}, {Setting::zoom, 1.7},
+        {Setting::gamma, 0.7},      {Setting::invert, 1.0},   {Setting::vignette, 0.0},
+    };
+    const PlanetRenderer& renderer = model->renderer();
+    for (const auto& step : steps) {
+        model->setSetting(step.setting, step.value);
+        const QImage fresh =
+            renderer.renderPreview(model->look(), model->sourceImage(), PlanetModel::previewSide)
+                .value();
+        EXPECT_EQ(model->previewImage(), fresh) << settingInfo(step.setting).name;
+    }
+    // A new picture is projected anew, not graded over the old one.
+    model->loadImage(render::Image::fromQImage(test::testPanorama(400, 200).mirrored(true, false)),
+                     QStringLiteral("other"));
+    EXPECT_EQ(model->previewImage(),
+              renderer.renderPreview(model->look(), model->sourceImage(), PlanetModel::previewSide)
+                  .value());
 }

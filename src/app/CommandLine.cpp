@@ -112,7 +112,7 @@ Invocation parseRender(ArgumentReader& reader) {
             const auto n = finiteNumber(*v);
             if (!n)
                 return withError(inv, QStringLiteral("--size: '%1' is not a number").arg(*v));
-            if (*n != std::floor(*n) || *n < 64 || *n > 16384)
+            if (*n != std::floor(*n) || *n < 64 || *n > PlanetRenderer::maxOutputSide)
                 return withError(
                     inv,
                     QStringLiteral("--size: %1 is not a whole number from 64 to 16384").arg(*v));
@@ -557,19 +557,21 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     const Result<render::Image> source = decodeImageFile(input);
     if (!source)
         return fail(source.message(), failure);
-    const Result<QImage> pixels = renderer->render(*look, *source, library, r.size);
-    if (!pixels)
-        return fail(QStringLiteral("%1: %2").arg(r.output, pixels.message()), failure);
+    const Result<render::Image> planet = renderer->planet(*look, *source, library, r.size);
+    if (!planet)
+        return fail(QStringLiteral("%1: %2").arg(r.output, planet.message()), failure);
+    // Rendered strip by strip as it is written: memory does not grow with the size.
+    const QRect square(0, 0, r.size, r.size);
     if (toStandardOutput) {
         QFile standardOutput;
         if (!standardOutput.open(stdout, QIODevice::WriteOnly))
             return fail(QStringLiteral("standard output: %1").arg(standardOutput.errorString()),
                         failure);
-        if (const Status written = render::writePng(*pixels, standardOutput); !written)
+        if (const Status written = render::writePng(*planet, square, standardOutput); !written)
             return fail(QStringLiteral("standard output: %1").arg(written.message()), failure);
         return success;
     }
-    if (const Status written = render::writePngFile(*pixels, r.output); !written)
+    if (const Status written = render::writePngFile(*planet, square, r.output); !written)
         return fail(written.message(), failure);
     return success;
 }

@@ -34,6 +34,10 @@ Result<OutputSnapshot> snapshotOutput(PlanetModel& model) {
     if (!model.hasSource())
         return Failure{QStringLiteral("there is no picture")};
     const int side = model.outputSize();
+    if (side < 1 || side > PlanetRenderer::maxOutputSide)
+        return Failure{QStringLiteral("a side of %1 pixels is beyond the %2 an output may have")
+                           .arg(side)
+                           .arg(PlanetRenderer::maxOutputSide)};
     Result<render::Image> planet =
         model.renderer().planet(model.look(), model.sourceImage(), model.library(), side);
     if (!planet)
@@ -46,10 +50,8 @@ Result<QImage> OutputSnapshot::render(render::RenderProgress* progress) const {
 }
 
 Status OutputSnapshot::writePNG(const QString& path, render::RenderProgress* progress) const {
-    const Result<QImage> pixels = render(progress);
-    if (!pixels)
-        return Failure{QStringLiteral("%1: %2").arg(path, pixels.message())};
-    return render::writePngFile(*pixels, path);
+    // Rendered strip by strip into the file: no whole picture is held at any size.
+    return render::writePngFile(planet, QRect(0, 0, side, side), path, progress);
 }
 
 Status exportPNG(PlanetModel& model, const QString& path) {

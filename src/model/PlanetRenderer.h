@@ -29,6 +29,8 @@ public:
     static constexpr double vignetteOuter = 0.66;
     /// A colour stage within this distance of its neutral value is left out.
     static constexpr double neutralTolerance = 0.001;
+    /// The largest output side: the command line's limit, twice the window's largest.
+    static constexpr int maxOutputSide = 16384;
 
     /// Loads the kernel from `resourcesRoot`; fails with the kernel's failure message.
     static Result<PlanetRenderer> load(const QString& resourcesRoot);

@@ -1,5 +1,7 @@
 #include "render/PngWriter.h"
 
+#include "render/RenderContext.h"
+
 #include <QBuffer>
 #include <QSaveFile>
 #include <QtEndian>
@@ -12,6 +14,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -112,8 +115,62 @@ void filterRow(PngEncoding::Filter filter, const uchar* row, const uchar* prev, 
 struct Strip {
     int firstRow = 0;
     int rowCount = 0;
+    QImage rows;     ///< rendered rows, from the one before firstRow, when rendering
+    int rowsTop = 0; ///< image row of rows' first line
     std::vector<uchar> filtered;
     std::vector<uchar> compressed;
+};
+
+/// Where a strip's pixels come from: a finished image, or a recipe rendered strip by
+/// strip so that no whole picture is ever held.
+class RowSource {
+public:
+    explicit RowSource(const QImage& image)
+        : m_image(&image)
+        , m_width(image.width())
+        , m_height(image.height()) {}
+    RowSource(const Image& recipe, const QRect& area, RenderProgress* progress)
+        : m_recipe(&recipe)
+        , m_area(area)
+        , m_width(area.width())
+        , m_height(area.height())
+        , m_progress(progress) {}
+
+    int width() const { return m_width; }
+    int height() const { return m_height; }
+
+    /// Makes the strip's rows, and the one before it (the filters look up), readable.
+    bool load(Strip& strip) const {
+        if (m_image)
+            return true;
+        // The row above is rendered again rather than kept: the dither depends only on
+        // a pixel's place, so it comes out the same.
+        strip.rowsTop = std::max(0, strip.firstRow - 1);
+        const int count = strip.firstRow + strip.rowCount - strip.rowsTop;
+        strip.rows = QImage(m_width, count, QImage::Format_RGBA8888);
+        if (strip.rows.isNull())
+            return false;
+        const QRect rect(m_area.left(), m_area.top() + strip.rowsTop, m_width, count);
+        if (!RenderContext().renderInto(*m_recipe, rect, strip.rows))
+            return false;
+        if (m_progress)
+            m_progress->done.fetch_add(1, std::memory_order_relaxed);
+        return true;
+    }
+
+    const uchar* row(const Strip& strip, int y) const {
+        return m_image ? m_image->constScanLine(y) : strip.rows.constScanLine(y - strip.rowsTop);
+    }
+
+    void release(Strip& strip) const { strip.rows = QImage(); }
+
+private:
+    const QImage* m_image = nullptr;
+    const Image* m_recipe = nullptr;
+    QRect m_area;
+    int m_width = 0;
+    int m_height = 0;
+    RenderProgress* m_progress = nullptr;
 };
 
 class ChunkWriter {
@@ -232,14 +289,11 @@ QString reason(const QString& deviceSays, int systemError) {
 
 } // namespace
 
-Status writePng(const QImage& source, QIODevice& device, const PngEncoding& encoding) {
-    const QImage image = source.format() == QImage::Format_RGBA8888
-                             ? source
-                             : source.convertToFormat(QImage::Format_RGBA8888);
-    if (image.isNull())
-        return Failure{QStringLiteral("nothing to write")};
-    const int width = image.width();
-    const int height = image.height();
+namespace {
+
+Status writeRows(const RowSource& source, QIODevice& device, const PngEncoding& encoding) {
+    const int width = source.width();
+    const int height = source.height();
     const int rowBytes = width * bytesPerPixel;
     const int rowsPerStrip = std::max(1, encoding.rowsPerStrip);
     const int strips = (height + rowsPerStrip - 1) / rowsPerStrip;
@@ -253,6 +307,7 @@ Status writePng(const QImage& source, QIODevice& device, const PngEncoding& enco
     const uchar zlibHeader[2] = {0x78, 0x01};
     uint32_t adler = 1;
     bool headerWritten = false;
+    std::atomic<bool> renderFailed{false};
 
     int next = 0;
     tbb::parallel_pipeline(
@@ -260,7 +315,7 @@ Status writePng(const QImage& source, QIODevice& device, const PngEncoding& enco
         tbb::make_filter<void, std::shared_ptr<Strip>>(
             tbb::filter_mode::serial_in_order,
             [&](tbb::flow_control& control) -> std::shared_ptr<Strip> {
-                if (next >= strips || out.failed()) {
+                if (next >= strips || out.failed() || renderFailed) {
                     control.stop();
                     return nullptr;
                 }
@@ -273,19 +328,26 @@ Status writePng(const QImage& source, QIODevice& device, const PngEncoding& enco
             tbb::make_filter<std::shared_ptr<Strip>, std::shared_ptr<Strip>>(
                 tbb::filter_mode::parallel,
                 [&](std::shared_ptr<Strip> strip) {
+                    if (!source.load(*strip)) {
+                        renderFailed = true;
+                        return strip;
+                    }
                     strip->filtered.resize(static_cast<size_t>(strip->rowCount) * (rowBytes + 1));
                     for (int r = 0; r < strip->rowCount; ++r) {
                         const int y = strip->firstRow + r;
-                        filterRow(encoding.filter, image.constScanLine(y),
-                                  y > 0 ? image.constScanLine(y - 1) : zeroRow.data(), rowBytes,
+                        filterRow(encoding.filter, source.row(*strip, y),
+                                  y > 0 ? source.row(*strip, y - 1) : zeroRow.data(), rowBytes,
                                   strip->filtered.data() + static_cast<size_t>(r) * (rowBytes + 1));
                     }
+                    source.release(*strip);
                     const bool last = strip->firstRow + strip->rowCount >= height;
                     deflateStrip(*strip, encoding.level, last);
                     return strip;
                 }) &
             tbb::make_filter<std::shared_ptr<Strip>, void>(
                 tbb::filter_mode::serial_in_order, [&](std::shared_ptr<Strip> strip) {
+                    if (renderFailed)
+                        return;
                     adler = isal_adler32(adler, strip->filtered.data(), strip->filtered.size());
                     clearUpperVectors();
                     std::vector<uchar>& data = strip->compressed;
@@ -301,18 +363,21 @@ Status writePng(const QImage& source, QIODevice& device, const PngEncoding& enco
                     out.chunk("IDAT", data.data(), data.size());
                 }));
 
+    if (renderFailed)
+        return Failure{QStringLiteral("not enough memory to render the picture")};
     out.chunk("IEND", nullptr, 0);
     if (out.failed())
         return Failure{reason(device.errorString(), out.systemError())};
     return {};
 }
 
-Status writePngFile(const QImage& image, const QString& path, const PngEncoding& encoding) {
-    // Written beside the target and renamed over it only when complete.
+/// Runs `write` into a file beside `path`, renamed over it only when complete.
+template <typename Write>
+Status writeAtomically(const QString& path, Write&& write) {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return Failure{QStringLiteral("%1: %2").arg(path, file.errorString())};
-    if (const Status written = writePng(image, file, encoding); !written) {
+    if (const Status written = write(file); !written) {
         file.cancelWriting();
         return Failure{QStringLiteral("%1: %2").arg(path, written.message())};
     }
@@ -320,6 +385,38 @@ Status writePngFile(const QImage& image, const QString& path, const PngEncoding&
     if (!file.commit())
         return Failure{QStringLiteral("%1: %2").arg(path, reason(file.errorString(), errno))};
     return {};
+}
+
+} // namespace
+
+Status writePng(const QImage& source, QIODevice& device, const PngEncoding& encoding) {
+    const QImage image = source.format() == QImage::Format_RGBA8888
+                             ? source
+                             : source.convertToFormat(QImage::Format_RGBA8888);
+    if (image.isNull())
+        return Failure{QStringLiteral("nothing to write")};
+    return writeRows(RowSource(image), device, encoding);
+}
+
+Status writePng(const Image& image, const QRect& area, QIODevice& device, RenderProgress* progress,
+                const PngEncoding& encoding) {
+    if (area.isEmpty())
+        return Failure{QStringLiteral("nothing to write")};
+    if (progress) {
+        const int rowsPerStrip = std::max(1, encoding.rowsPerStrip);
+        progress->total.store((area.height() + rowsPerStrip - 1) / rowsPerStrip);
+    }
+    return writeRows(RowSource(image, area, progress), device, encoding);
+}
+
+Status writePngFile(const Image& image, const QRect& area, const QString& path,
+                    RenderProgress* progress, const PngEncoding& encoding) {
+    return writeAtomically(
+        path, [&](QIODevice& file) { return writePng(image, area, file, progress, encoding); });
+}
+
+Status writePngFile(const QImage& image, const QString& path, const PngEncoding& encoding) {
+    return writeAtomically(path, [&](QIODevice& file) { return writePng(image, file, encoding); });
 }
 
 QByteArray encodePng(const QImage& image, const PngEncoding& encoding) {

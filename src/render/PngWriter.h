@@ -1,5 +1,7 @@
 #pragma once
 
+#include "render/Image.h"
+#include "render/RenderContext.h"
 #include "render/Result.h"
 
 #include <QByteArray>
@@ -35,6 +37,16 @@ Status writePng(const QImage& image, QIODevice& device, const PngEncoding& encod
 /// Writes the PNG to `path` atomically: a failure leaves no partial file and any
 /// existing file as it was. Messages name the file.
 Status writePngFile(const QImage& image, const QString& path, const PngEncoding& encoding = {});
+
+/// Renders `area` of `image` and writes it as the same PNG, strip by strip: each
+/// strip is rendered, filtered and deflated in parallel with the others and written
+/// in order, so memory beyond the recipe's own stays a few strips at any size, and
+/// the bytes are those of rendering the whole picture (straight 8-bit RGBA) and
+/// writing it. `progress`, when given, counts strips.
+Status writePng(const Image& image, const QRect& area, QIODevice& device,
+                RenderProgress* progress = nullptr, const PngEncoding& encoding = {});
+Status writePngFile(const Image& image, const QRect& area, const QString& path,
+                    RenderProgress* progress = nullptr, const PngEncoding& encoding = {});
 
 /// The same PNG in memory (for the clipboard).
 QByteArray encodePng(const QImage& image, const PngEncoding& encoding = {});

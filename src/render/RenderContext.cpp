@@ -84,7 +84,7 @@ void forEachTile(const Image& image, const QRect& area, TileFn&& fn,
     const int cols = (area.width() + RenderContext::tileSize - 1) / RenderContext::tileSize;
     const int rows = (area.height() + RenderContext::tileSize - 1) / RenderContext::tileSize;
     if (progress)
-        progress->tiles.store(cols * rows, std::memory_order_relaxed);
+        progress->total.store(cols * rows, std::memory_order_relaxed);
     tbb::enumerable_thread_specific<Scratch> scratch;
     tbb::parallel_for(
         tbb::blocked_range<int>(0, cols * rows), [&](const tbb::blocked_range<int>& r) {
@@ -98,7 +98,7 @@ void forEachTile(const Image& image, const QRect& area, TileFn&& fn,
                 image.node()->render(tile, buffer.view(), local);
                 fn(tile, buffer.view());
                 if (progress)
-                    progress->tilesDone.fetch_add(1, std::memory_order_relaxed);
+                    progress->done.fetch_add(1, std::memory_order_relaxed);
             }
         });
 }

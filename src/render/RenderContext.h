@@ -10,16 +10,17 @@
 
 namespace velmora::render {
 
-/// How far a render has come, for a progress bar on another thread: tiles done out
-/// of tiles in all. Written by the render, read by anyone.
+/// How far a render has come, for a progress bar on another thread: units done (tiles,
+/// or strips of a PNG written as it renders) out of units in all. Written by the
+/// render, read by anyone.
 struct RenderProgress {
-    std::atomic<int> tilesDone{0};
-    std::atomic<int> tiles{0};
+    std::atomic<int> done{0};
+    std::atomic<int> total{0};
 
-    /// 0 before the render has counted its tiles, then the share done, up to 1.
+    /// 0 before the render has counted its work, then the share done, up to 1.
     double fraction() const {
-        const int all = tiles.load(std::memory_order_relaxed);
-        return all > 0 ? static_cast<double>(tilesDone.load(std::memory_order_relaxed)) / all : 0.0;
+        const int all = total.load(std::memory_order_relaxed);
+        return all > 0 ? static_cast<double>(done.load(std::memory_order_relaxed)) / all : 0.0;
     }
 };
 

@@ -78,20 +78,33 @@ void resetPeakResident() {
 
 using namespace velmora;
 
-// The preview the sliders wait for: 1100 x 1100 from the 8000 x 4000 sample, at the
-// defaults (-1) and at each preset.
-static void previewRender(benchmark::State& state) {
-    const std::unique_ptr<PlanetModel> model = bench::modelWithSample();
+namespace {
+
+/// The sample at the preset the benchmark's first argument names (-1: the defaults),
+/// labelled; null, with the benchmark skipped, without a sample.
+std::unique_ptr<PlanetModel> sampleAtPreset(benchmark::State& state) {
+    std::unique_ptr<PlanetModel> model = bench::modelWithSample();
     if (!model) {
         state.SkipWithError("no sample panorama in the resources");
-        return;
+        return nullptr;
     }
     const auto preset = state.range(0);
     if (preset >= 0)
         model->applyPreset(allPresets[static_cast<size_t>(preset)]);
     state.SetLabel(preset >= 0 ? presetTitle(allPresets[static_cast<size_t>(preset)]).toStdString()
                                : "defaults");
-    // A projection setting changes each time, as a projection slider would.
+    return model;
+}
+
+} // namespace
+
+// The preview the sliders wait for: 1100 x 1100 from the 8000 x 4000 sample, at the
+// defaults (-1) and at each preset, a projection setting changing each time as a
+// projection slider would.
+static void previewRender(benchmark::State& state) {
+    const std::unique_ptr<PlanetModel> model = sampleAtPreset(state);
+    if (!model)
+        return;
     bool up = false;
     const double rotation = model->setting(Setting::rotationDegrees);
     for (auto _ : state)
@@ -107,16 +120,9 @@ BENCHMARK(previewRender)
 // preview keeps its projection, so only the grade and the 8-bit store run. Set
 // against previewRender, which projects every time.
 static void previewGradeStep(benchmark::State& state) {
-    const std::unique_ptr<PlanetModel> model = bench::modelWithSample();
-    if (!model) {
-        state.SkipWithError("no sample panorama in the resources");
+    const std::unique_ptr<PlanetModel> model = sampleAtPreset(state);
+    if (!model)
         return;
-    }
-    const auto preset = state.range(0);
-    if (preset >= 0)
-        model->applyPreset(allPresets[static_cast<size_t>(preset)]);
-    state.SetLabel(preset >= 0 ? presetTitle(allPresets[static_cast<size_t>(preset)]).toStdString()
-                               : "defaults");
     bool up = false;
     for (auto _ : state)
         model->setSetting(Setting::gamma, (up = !up) ? 1.2 : 1.0);

@@ -252,6 +252,72 @@ TEST_F(ProjectionTest, SeamBlendCrossFadesEndsThatDoNotMeet) {
               20);
 }
 
+// The band is blendWidth wide in the panorama's width, half on either side of the
+// seam: a pixel well inside it is blended, one just beyond it is exactly as without
+// any blend. Halving or doubling the band fails one or the other.
+TEST_F(ProjectionTest, SeamBlendReachesHalfItsWidthEitherSideAndNoFurther) {
+    QImage halves(1000, 500, QImage::Format_RGB32);
+    halves.fill(QColor(200, 30, 30));
+    for (int y = 0; y < 500; ++y)
+        for (int x = 500; x < 1000; ++x)
+            halves.setPixelColor(x, y, QColor(30, 30, 200));
+    const Image source = Image::fromQImage(halves);
+    ProjectionParameters hard = defaults();
+    hard.blendWidth = 0.f;
+    const QImage cut = planet(hard, source);
+    for (const float width : {0.2f, 0.4f}) {
+        ProjectionParameters soft = defaults();
+        soft.blendWidth = width;
+        const QImage blended = planet(soft, source);
+        // The seam runs straight down; a pixel at angle phi from it lies phi / 2 pi
+        // from the seam in the panorama.
+        const auto at = [](double fractionOfTurn, double side1) {
+            const double theta = std::numbers::pi * (1.0 + 2.0 * fractionOfTurn);
+            const double r = side1 * 0.3;
+            return QPoint(static_cast<int>(side1 / 2 + r * std::sin(theta)),
+                          static_cast<int>(side1 / 2 - r * std::cos(theta)));
+        };
+        for (const double sideOfSeam : {-1.0, 1.0}) {
+            const QPoint inside = at(sideOfSeam * 0.6 * width / 2, side);
+            const QPoint beyond = at(sideOfSeam * 1.15 * width / 2, side);
+            EXPECT_GT(test::channelDistance(blended.pixelColor(inside), cut.pixelColor(inside)), 8)
+                << width << " " << sideOfSeam;
+            EXPECT_LE(test::channelDistance(blended.pixelColor(beyond), cut.pixelColor(beyond)), 1)
+                << width << " " << sideOfSeam;
+        }
+    }
+}
+
+// The azimuth runs clockwise from straight up, and a positive twist carries the
+// ground further along it with the radius, in proportion, on the plain path and on
+// the path of a tilted view alike.
+TEST_F(ProjectionTest, TheSpiralTurnsOneWayInProportionToTheTwist) {
+    // The ground's hue is the panorama's u.
+    const auto hueAt = [](const QImage& image, double turn, double radius) {
+        const double theta = 2.0 * std::numbers::pi * turn;
+        const QPoint p(static_cast<int>(side / 2 + radius * side * std::sin(theta)),
+                       static_cast<int>(side / 2 - radius * side * std::cos(theta)));
+        return image.pixelColor(p).hueF();
+    };
+    const auto wrapped = [](double d) { return d - std::round(d); };
+    const QImage plain = planet(defaults());
+    EXPECT_NEAR(wrapped(hueAt(plain, 0.25, 0.15) - hueAt(plain, 0.0, 0.15)), 0.25, 0.02);
+
+    for (const float tilt : {0.f, 1e-6f}) {
+        const auto drift = [&](float twist) {
+            ProjectionParameters p = defaults();
+            p.twist = twist;
+            p.flipY = tilt;
+            const QImage image = planet(p);
+            return wrapped(hueAt(image, 0.1, 0.2) - hueAt(image, 0.1, 0.1));
+        };
+        const double one = drift(1.f);
+        EXPECT_GT(one, 0.01) << "tilt " << tilt;
+        EXPECT_NEAR(drift(2.f), 2 * one, 0.02) << "tilt " << tilt;
+        EXPECT_NEAR(drift(-1.f), -one, 0.02) << "tilt " << tilt;
+    }
+}
+
 TEST_F(ProjectionTest, SeamBlendLeavesAWrappingPanoramaAlone) {
     ProjectionParameters none = defaults();
     none.blendWidth = 0.f;

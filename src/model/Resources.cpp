@@ -53,7 +53,7 @@ void setResourcesRoot(const QString& path) {
 QString userArtworkFolder() {
     if (!overrideUserFolder().isEmpty())
         return overrideUserFolder();
-    // Qt reads XDG_DATA_HOME and falls back to ~/.local/share, as the spec says.
+    // Qt reads XDG_DATA_HOME and falls back to ~/.local/share, as the XDG rules have it.
     const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
     return data.isEmpty() ? QString() : data + QStringLiteral("/velmora/Layers");
 }

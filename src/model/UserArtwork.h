@@ -37,8 +37,8 @@ ArtworkImport importArtwork(const QStringList& files, const QString& category,
 enum class ArtworkRemoval { trashed, noTrash, failed };
 
 /// Moves the file of a user asset to the desktop trash (the freedesktop.org trash
-/// specification, as Qt implements it). noTrash when there is no trash to move it
-/// to: the caller may ask, then deleteArtwork(). Shipped artwork is never touched.
+/// layout, as Qt implements it). noTrash when there is no trash to move it to: the
+/// caller may ask, then deleteArtwork(). Shipped artwork is never touched.
 ArtworkRemoval trashArtwork(const LayerAsset& asset);
 /// Deletes the file of a user asset for good.
 Status deleteArtwork(const LayerAsset& asset);

@@ -38,6 +38,16 @@ protected:
         delete panorama;
     }
 
+    /// A panorama whose ends do not meet: red on the left half, blue on the right.
+    static Image halves() {
+        QImage image(1000, 500, QImage::Format_RGB32);
+        image.fill(QColor(200, 30, 30));
+        for (int y = 0; y < 500; ++y)
+            for (int x = 500; x < 1000; ++x)
+                image.setPixelColor(x, y, QColor(30, 30, 200));
+        return Image::fromQImage(image);
+    }
+
     static QImage planet(const ProjectionParameters& p, const Image& source = *panorama) {
         ProjectionParameters sized = p;
         sized.outputSide = side;
@@ -230,12 +240,7 @@ TEST_F(ProjectionTest, AVanishingTiltDrawsTheSameShapeAsNone) {
 }
 
 TEST_F(ProjectionTest, SeamBlendCrossFadesEndsThatDoNotMeet) {
-    QImage halves(1000, 500, QImage::Format_RGB32);
-    halves.fill(QColor(200, 30, 30));
-    for (int y = 0; y < 500; ++y)
-        for (int x = 500; x < 1000; ++x)
-            halves.setPixelColor(x, y, QColor(30, 30, 200));
-    const Image source = Image::fromQImage(halves);
+    const Image source = halves();
     // The seam runs straight down from the centre; look just either side of it.
     ProjectionParameters hard = defaults();
     hard.blendWidth = 0.f;
@@ -256,12 +261,7 @@ TEST_F(ProjectionTest, SeamBlendCrossFadesEndsThatDoNotMeet) {
 // seam: a pixel well inside it is blended, one just beyond it is exactly as without
 // any blend. Halving or doubling the band fails one or the other.
 TEST_F(ProjectionTest, SeamBlendReachesHalfItsWidthEitherSideAndNoFurther) {
-    QImage halves(1000, 500, QImage::Format_RGB32);
-    halves.fill(QColor(200, 30, 30));
-    for (int y = 0; y < 500; ++y)
-        for (int x = 500; x < 1000; ++x)
-            halves.setPixelColor(x, y, QColor(30, 30, 200));
-    const Image source = Image::fromQImage(halves);
+    const Image source = halves();
     ProjectionParameters hard = defaults();
     hard.blendWidth = 0.f;
     const QImage cut = planet(hard, source);

@@ -193,12 +193,15 @@ void ContentView::buildActions() {
         const bool selected = m_model->selectedLayer().has_value();
         m_deleteLayer->setEnabled(selected);
         m_deselect->setEnabled(selected);
-        // The arrow keys then move the layer rather than a slider that had the focus.
-        if (selected && m_region->canvas()->isVisible())
-            m_region->canvas()->setFocus(Qt::OtherFocusReason);
     };
-    connect(m_model.get(), &PlanetModel::selectedLayerIDChanged, this, followSelection);
     connect(m_model.get(), &PlanetModel::layersChanged, this, followSelection);
+    connect(m_model.get(), &PlanetModel::selectedLayerIDChanged, this, [this, followSelection] {
+        followSelection();
+        // A newly selected layer takes the arrow keys from a slider that had them; an
+        // edit of the layer (its opacity slider, say) leaves the focus where it is.
+        if (m_model->selectedLayer() && m_region->canvas()->isVisible())
+            m_region->canvas()->setFocus(Qt::OtherFocusReason);
+    });
     followSelection();
 }
 

@@ -274,6 +274,17 @@ TEST_F(WindowUseTest, TheKeyboardDeletesNudgesAndDeselectsTheSelectedLayer) {
     model().setSelectedLayerID(QUuid());
     QTest::keyClick(window.get(), Qt::Key_Delete);
     EXPECT_EQ(model().layers().size(), 1);
+
+    // Keys given to the inspector's opacity slider stay there as the layer changes.
+    model().setSelectedLayerID(id);
+    QSlider* opacity = region().inspector()->opacitySlider();
+    opacity->setFocus();
+    const NormalizedPoint placed = model().layer(id)->center;
+    for (int i = 0; i < 2; ++i)
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
+    EXPECT_EQ(QApplication::focusWidget(), opacity);
+    EXPECT_EQ(model().layer(id)->center, placed);
+    EXPECT_LT(model().layer(id)->opacity, 1.0);
 }
 
 TEST_F(WindowUseTest, TheHeaderMovesTheWindowOnlyOnceThePointerTravels) {

@@ -54,9 +54,7 @@ BENCHMARK(canvasDragFrame)
 
 // How fast the sliders feel: from a change of the Rotate slider's value to the
 // repainted canvas, in the window at its smallest (1100 x 760) with the sample.
-// Arg 0: the preset (-1 the defaults). Arg 1: 1 for changes through the slider (a
-// drag, steps or keys: draft previews until a pause), 0 for the full 1100 preview
-// that follows the pause.
+// Arg 0: the preset (-1 the defaults). Arg 1: the kind of change (below).
 static void sliderToCanvas(benchmark::State& state) {
     const QImage picture = bench::samplePicture();
     Result<PlanetRenderer> renderer = PlanetRenderer::load(bench::resources());
@@ -75,34 +73,40 @@ static void sliderToCanvas(benchmark::State& state) {
         if (preset >= 0)
             model.applyPreset(allPresets[static_cast<size_t>(preset)]);
         QApplication::processEvents();
-        QSlider* rotate = view.sidebar()->slider(QStringLiteral("Rotate"))->slider();
-        const bool draft = state.range(1) == 1;
-        if (draft)
-            rotate->setSliderDown(true); // as a press on the knob does
-        const int from = rotate->value();
-        const int by = from + rotate->pageStep() <= rotate->maximum() ? rotate->pageStep()
-                                                                      : -rotate->pageStep();
+        // Mode 0: the full preview after a run; 1: Rotate dragged (drafts); 2: Gamma
+        // dragged (the grade over the kept projection, at full size).
+        const auto mode = state.range(1);
+        QSlider* slider =
+            view.sidebar()
+                ->slider(mode == 2 ? QStringLiteral("Gamma") : QStringLiteral("Rotate"))
+                ->slider();
+        if (mode != 0)
+            slider->setSliderDown(true); // as a press on the knob does
+        const int from = slider->value();
+        const int by = from + slider->pageStep() <= slider->maximum() ? slider->pageStep()
+                                                                      : -slider->pageStep();
         const double degrees = model.setting(Setting::rotationDegrees);
         int step = 0;
         for (auto _ : state) {
             const bool away = ++step % 2 == 1;
-            if (draft)
-                rotate->setValue(from + (away ? by : 0));
+            if (mode != 0)
+                slider->setValue(from + (away ? by : 0));
             else // what the pause after a run renders
                 model.setSetting(Setting::rotationDegrees, degrees + (away ? 5.0 : 0.0));
             QApplication::processEvents(); // the canvas paints the new preview
         }
-        if (draft)
-            rotate->setSliderDown(false);
+        if (mode != 0)
+            slider->setSliderDown(false);
+        static const char* modes[] = {", full", ", Rotate draft", ", Gamma"};
         state.SetLabel((preset >= 0 ? presetTitle(allPresets[static_cast<size_t>(preset)])
                                     : QStringLiteral("defaults"))
                            .toStdString() +
-                       (draft ? ", draft" : ", full"));
+                       modes[mode]);
     }
     setResourcesRoot({});
 }
 BENCHMARK(sliderToCanvas)
-    ->ArgsProduct({benchmark::CreateDenseRange(-1, 4, 1), {1, 0}})
+    ->ArgsProduct({benchmark::CreateDenseRange(-1, 4, 1), {1, 2, 0}})
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime()
     ->MinTime(1.0);

@@ -1,5 +1,6 @@
 #include "BenchSupport.h"
 
+#include "model/ImageDecoding.h"
 #include "render/RenderContext.h"
 
 #include <QFile>
@@ -166,3 +167,27 @@ BENCHMARK(outputRender)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime()
     ->Iterations(3);
+
+// Opening the sample: Qt's own JPEG reader beside ours (libjpeg-turbo directly, which
+// also reports damage and decodes huge pictures scaled).
+static void decodeSample(benchmark::State& state) {
+    const QString path = bench::resources() + QStringLiteral("/samples/panorama.jpg");
+    const bool ours = state.range(0) == 1;
+    for (auto _ : state) {
+        if (ours) {
+            const Result<render::Image> decoded = decodeImageFile(path);
+            benchmark::DoNotOptimize(decoded.ok());
+        } else {
+            const render::Image decoded = render::Image::fromQImage(bench::samplePicture());
+            benchmark::DoNotOptimize(decoded.isEmpty());
+        }
+    }
+}
+BENCHMARK(decodeSample)
+    ->Arg(0)
+    ->Arg(1)
+    ->ArgName("ours")
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true);

@@ -83,9 +83,13 @@ int runWindow(int& argc, char** argv, const cli::Invocation& invocation) {
     if (!invocation.image.isEmpty()) {
         // A picture named on the command line that does not open is said on the
         // terminal it was named on; the window starts empty.
-        if (const Status loaded = loadImageFile(window.content()->model(), invocation.image);
+        QStringList warnings;
+        if (const Status loaded =
+                loadImageFile(window.content()->model(), invocation.image, &warnings);
             !loaded)
             std::fprintf(stderr, "velmora: %s\n", qPrintable(loaded.message()));
+        for (const QString& warning : warnings)
+            std::fprintf(stderr, "velmora: warning: %s\n", qPrintable(warning));
     }
     window.resize(1400, 900);
     window.show();

@@ -554,9 +554,12 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
                         failure);
     }
 
-    const Result<render::Image> source = decodeImageFile(input);
+    QStringList warnings;
+    const Result<render::Image> source = decodeImageFile(input, &warnings);
     if (!source)
         return fail(source.message(), failure);
+    for (const QString& warning : warnings)
+        std::fprintf(stderr, "velmora: warning: %s\n", qPrintable(warning));
     const Result<render::Image> planet = renderer->planet(*look, *source, library, r.size);
     if (!planet)
         return fail(QStringLiteral("%1: %2").arg(r.output, planet.message()), failure);

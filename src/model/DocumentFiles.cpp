@@ -9,8 +9,8 @@
 
 namespace velmora {
 
-Status loadImageFile(PlanetModel& model, const QString& path) {
-    const Result<render::Image> decoded = decodeImageFile(path);
+Status loadImageFile(PlanetModel& model, const QString& path, QStringList* warnings) {
+    const Result<render::Image> decoded = decodeImageFile(path, warnings);
     if (!decoded)
         return decoded.failure();
     model.loadImage(*decoded, QFileInfo(path).completeBaseName());

@@ -15,8 +15,9 @@ class PlanetModel;
 // How pictures come into the document and planets leave it. Every failure names
 // the file it is about and leaves the document as it was.
 
-/// Decodes a file and loads it under its base name ("beach.jpg" gives "beach").
-Status loadImageFile(PlanetModel& model, const QString& path);
+/// Decodes a file and loads it under its base name ("beach.jpg" gives "beach"). What
+/// the decoder got past (damage, a reduced scale) is added to `warnings` if given.
+Status loadImageFile(PlanetModel& model, const QString& path, QStringList* warnings = nullptr);
 /// Loads the clipboard's picture as "Pasted".
 Status pasteFromClipboard(PlanetModel& model);
 /// The source's base name (or "Planet") followed by "-velmora.png".

@@ -1,5 +1,6 @@
 #include "model/ImageDecoding.h"
 
+#include "model/JpegDecoding.h"
 #include "render/DecodeBudget.h"
 
 #include <QBuffer>
@@ -7,7 +8,11 @@
 #include <QFileInfo>
 #include <QImageReader>
 
+#include <QTransform>
+
+#include <cstdio>
 #include <filesystem>
+#include <memory>
 
 namespace velmora {
 
@@ -37,6 +42,67 @@ Result<render::Image> decode(QImageReader& reader, const QString& what, qint64 d
     return render::Image::fromQImage(std::move(image));
 }
 
+// The same turn Qt's reader applies for `setAutoTransform`: mirror or flip, then a
+// quarter turn clockwise.
+QImage upright(QImage image, QImageIOHandler::Transformations turn) {
+    if (turn == QImageIOHandler::TransformationNone)
+        return image;
+    if (turn == QImageIOHandler::TransformationRotate270)
+        return image.transformed(QTransform().rotate(270));
+    image = std::move(image).mirrored(turn & QImageIOHandler::TransformationMirror,
+                                      turn & QImageIOHandler::TransformationFlip);
+    if (turn & QImageIOHandler::TransformationRotate90)
+        image = image.transformed(QTransform().rotate(90));
+    return image;
+}
+
+QString scaleWord(int scale) {
+    switch (scale) {
+    case 2:
+        return QStringLiteral("half");
+    case 4:
+        return QStringLiteral("a quarter");
+    default:
+        return QStringLiteral("an eighth");
+    }
+}
+
+// JPEG goes to libjpeg-turbo directly: it says when data is damaged or cut short
+// (Qt's reader fills the gap with grey and calls it success) and it decodes a huge
+// picture at a reduced scale instead of refusing it. `reader` is only asked for the
+// EXIF turn.
+Result<std::optional<render::Image>> decodeJpegPicture(std::FILE* file, const QByteArray& data,
+                                                       qint64 dataBytes, QImageReader& reader,
+                                                       const QString& what, QStringList* warnings) {
+    Result<std::optional<JpegPicture>> decoded =
+        decodeJpeg(file, data, dataBytes, render::maxPicturePixels, what);
+    if (!decoded)
+        return decoded.failure();
+    if (!decoded->has_value())
+        return std::optional<render::Image>{};
+    JpegPicture& picture = **decoded;
+    if (warnings) {
+        if (!picture.damage.isEmpty())
+            warnings->append(
+                QStringLiteral("%1: the picture's data is damaged, parts of it may show faults "
+                               "(%2)")
+                    .arg(what, picture.damage.join(QStringLiteral("; "))));
+        if (picture.scale > 1)
+            warnings->append(QStringLiteral("%1: %2 \u00d7 %3 pixels is more than the "
+                                            "%4-megapixel limit; opened at %5 the size, "
+                                            "%6 \u00d7 %7")
+                                 .arg(what)
+                                 .arg(picture.storedSize.width())
+                                 .arg(picture.storedSize.height())
+                                 .arg(render::maxPicturePixels / 1'000'000)
+                                 .arg(scaleWord(picture.scale))
+                                 .arg(picture.image.width())
+                                 .arg(picture.image.height()));
+    }
+    return std::optional<render::Image>(
+        render::Image::fromQImage(upright(std::move(picture.image), reader.transformation())));
+}
+
 } // namespace
 
 void raiseImageAllocationLimit() {
@@ -44,7 +110,7 @@ void raiseImageAllocationLimit() {
         QImageReader::setAllocationLimit(allocationLimitMiB);
 }
 
-Result<render::Image> decodeImageFile(const QString& path) {
+Result<render::Image> decodeImageFile(const QString& path, QStringList* warnings) {
     const QFileInfo info(path);
     if (!info.exists())
         return Failure{QStringLiteral("%1: no such file").arg(path)};
@@ -62,29 +128,22 @@ Result<render::Image> decodeImageFile(const QString& path) {
     // Decide by content, not by name: a text file called .png must fail as such.
     reader.setDecideFormatFromContent(true);
     if (reader.format() == "jpeg") {
-        // The JPEG decoder fills a missing end with grey and calls it success.
-        QFile file(path);
-        if (file.open(QIODevice::ReadOnly) && jpegEndsEarly(file))
-            return Failure{QStringLiteral("%1: the picture's data ends early (the file is cut "
-                                          "short)")
-                               .arg(path)};
+        const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+            std::fopen(QFile::encodeName(path).constData(), "rb"), &std::fclose);
+        if (!file)
+            return Failure{QStringLiteral("%1: cannot be read").arg(path)};
+        Result<std::optional<render::Image>> jpeg =
+            decodeJpegPicture(file.get(), {}, info.size(), reader, path, warnings);
+        if (!jpeg)
+            return jpeg.failure();
+        if (jpeg->has_value())
+            return std::move(**jpeg);
     }
     return decode(reader, path, info.size());
 }
 
-bool jpegEndsEarly(QIODevice& device) {
-    // Entropy-coded data never holds FF D9 (a coded FF is followed by 00 or a
-    // restart marker), so a whole picture has its end-of-image marker after the start
-    // of its last scan (FF DA). Data appended after the end (a second picture, a
-    // maker's trailer) ends with its own marker, or holds no scan at all.
-    const QByteArray data = device.readAll();
-    const qsizetype lastScan = data.lastIndexOf(QByteArray("\xff\xda", 2));
-    if (lastScan < 0)
-        return false; // not a picture we can judge; the decoder will say
-    return data.indexOf(QByteArray("\xff\xd9", 2), lastScan + 2) < 0;
-}
-
-Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& format) {
+Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& format,
+                                      QStringList* warnings) {
     if (data.isEmpty())
         return Failure{QStringLiteral("no picture data")};
     QBuffer buffer;
@@ -92,7 +151,17 @@ Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& 
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer, format);
     reader.setDecideFormatFromContent(format.isEmpty());
-    return decode(reader, QStringLiteral("picture data"), data.size());
+    const QString what = QStringLiteral("picture data");
+    if (looksLikeJpeg(data)) {
+        Result<std::optional<render::Image>> jpeg =
+            decodeJpegPicture(nullptr, data, data.size(), reader, what, warnings);
+        if (!jpeg)
+            return jpeg.failure();
+        if (jpeg->has_value())
+            return std::move(**jpeg);
+        buffer.seek(0);
+    }
+    return decode(reader, what, data.size());
 }
 
 QStringList readableImageSuffixes() {

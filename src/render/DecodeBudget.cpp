@@ -21,8 +21,27 @@ Status checkClaimedSize(QImageReader& reader, qint64 dataBytes, qint64 maxPixels
     const QSize size = reader.size();
     if (!size.isValid() || size.isEmpty())
         return {};
+    if (const Status limit =
+            checkPixelLimit(size, isDeepFormat(reader.imageFormat()) ? 8 : 4, maxPixels, what);
+        !limit)
+        return limit;
+    return checkDataHolds(size, dataBytes, what);
+}
+
+Status checkDataHolds(QSize size, qint64 dataBytes, const QString& what) {
     const qint64 pixels = qint64(size.width()) * size.height();
-    const int bytesPerPixel = isDeepFormat(reader.imageFormat()) ? 8 : 4;
+    if (dataBytes >= 0 && pixels > dataBytes * maxPixelsPerByte + slackPixels)
+        return Failure{QStringLiteral("%1: the file claims %2 \u00d7 %3 pixels but holds only %4 "
+                                      "bytes, far too few for a picture that size")
+                           .arg(what)
+                           .arg(size.width())
+                           .arg(size.height())
+                           .arg(dataBytes)};
+    return {};
+}
+
+Status checkPixelLimit(QSize size, int bytesPerPixel, qint64 maxPixels, const QString& what) {
+    const qint64 pixels = qint64(size.width()) * size.height();
     const qint64 mib = (pixels * bytesPerPixel + (1 << 20) - 1) >> 20;
     if (pixels > maxPixels)
         return Failure{
@@ -35,13 +54,6 @@ Status checkClaimedSize(QImageReader& reader, qint64 dataBytes, qint64 maxPixels
                 .arg(maxPixels / 1'000'000)
                 .arg(bytesPerPixel * 2)
                 .arg(mib)};
-    if (dataBytes >= 0 && pixels > dataBytes * maxPixelsPerByte + slackPixels)
-        return Failure{QStringLiteral("%1: the file claims %2 \u00d7 %3 pixels but holds only %4 "
-                                      "bytes, far too few for a picture that size")
-                           .arg(what)
-                           .arg(size.width())
-                           .arg(size.height())
-                           .arg(dataBytes)};
     return {};
 }
 

@@ -2,6 +2,7 @@
 
 #include "render/Result.h"
 
+#include <QSize>
 #include <QString>
 
 class QImageReader;
@@ -21,5 +22,10 @@ inline constexpr qint64 maxArtworkPixels = 64 * 1024 * 1024;
 /// decoder will say what is wrong with it.
 Status checkClaimedSize(QImageReader& reader, qint64 dataBytes, qint64 maxPixels,
                         const QString& what);
+
+/// The bomb half of the check above, for a size read by other means.
+Status checkDataHolds(QSize size, qint64 dataBytes, const QString& what);
+/// The limit half: `size` at `bytesPerPixel` (4 or 8) within `maxPixels`.
+Status checkPixelLimit(QSize size, int bytesPerPixel, qint64 maxPixels, const QString& what);
 
 } // namespace velmora::render

@@ -238,9 +238,17 @@ void ContentView::importPhoto() {
     if (path.isEmpty())
         return;
     m_lastFolder = QFileInfo(path).absolutePath();
-    // A file that does not decode leaves the planet as it was.
-    if (const Status loaded = loadImageFile(*m_model, path); !loaded)
+    openPicture(path);
+}
+
+void ContentView::openPicture(const QString& path) {
+    // A file that does not decode leaves the planet as it was; one that opened with
+    // damage says so, as the note for a failure does.
+    QStringList warnings;
+    if (const Status loaded = loadImageFile(*m_model, path, &warnings); !loaded)
         showToast(true, QStringLiteral("Couldn't open ") + loaded.message());
+    else if (!warnings.isEmpty())
+        showToast(true, warnings.front());
 }
 
 void ContentView::pasteImage() {
@@ -290,12 +298,7 @@ void ContentView::handleDrop(const QList<QUrl>& urls) {
     // Only the first file; it loads once the drop has finished.
     const QString path = urls.front().toLocalFile();
     QMetaObject::invokeMethod(
-        this,
-        [this, path] {
-            if (const Status loaded = loadImageFile(*m_model, path); !loaded)
-                showToast(true, QStringLiteral("Couldn't open ") + loaded.message());
-        },
-        Qt::QueuedConnection);
+        this, [this, path] { openPicture(path); }, Qt::QueuedConnection);
 }
 
 // ---- output --------------------------------------------------------------------

@@ -87,6 +87,8 @@ private:
     void buildLayout();
     void buildActions();
     void refreshEnabling();
+    /// Loads `path`, saying in the toast what failed or what was damaged.
+    void openPicture(const QString& path);
     /// Shows `text` in the toast, replacing whatever it showed, for a while.
     void showToast(bool failed, const QString& text);
     void setToastShown(bool shown);

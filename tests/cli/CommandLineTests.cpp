@@ -369,6 +369,29 @@ TEST_F(CommandLineRun, FailuresNameTheFileExitOneAndWriteNothing) {
     EXPECT_FALSE(QFile::exists(nowhere));
 }
 
+// Damage the decoder recovers from still renders (exit 0), with a warning that
+// names the file; the same picture cut short is a failure.
+TEST_F(CommandLineRun, DamagedJpegsWarnAndCutOnesFail) {
+    const QString out = files.file(QStringLiteral("planet.png"));
+    const QImage panorama = test::testPanorama(600, 300);
+    const QString damaged =
+        files.addFile(QStringLiteral("damaged.jpg"), test::damagedJpegOf(panorama));
+    const Outcome warned = runProgram(render(
+        {damaged, QStringLiteral("-o"), out, QStringLiteral("--size"), QStringLiteral("64")}));
+    EXPECT_EQ(warned.status, 0) << warned.err;
+    EXPECT_TRUE(warned.err.startsWith(QStringLiteral("velmora: warning: ") + damaged +
+                                      QStringLiteral(": the picture's data is damaged")))
+        << warned.err;
+    EXPECT_TRUE(QFile::exists(out));
+
+    const QByteArray whole = test::jpegOf(panorama, 90);
+    const QString cut = files.addFile(QStringLiteral("cut.jpg"), whole.left(whole.size() * 3 / 4));
+    const Outcome failed = runProgram(render({cut, QStringLiteral("-o"), out}));
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_TRUE(failed.err.contains(cut + QStringLiteral(": the picture's data ends early")))
+        << failed.err;
+}
+
 // Only a file or a new path is written: renaming over a device or a pipe would put
 // a plain file in its place. "-" is standard output.
 TEST_F(CommandLineRun, DevicesArePassedOverAndADashIsStandardOutput) {

@@ -1,5 +1,6 @@
 #include "model/DocumentFiles.h"
 #include "model/ImageDecoding.h"
+#include "model/JpegDecoding.h"
 #include "model/PlanetModel.h"
 #include "render/PngWriter.h"
 #include "render/SourcePixels.h"
@@ -26,14 +27,7 @@ using namespace velmora;
 
 namespace {
 
-/// `image` as JPEG bytes, for tests that then cut or patch them.
-QByteArray jpegOf(const QImage& image, int quality = -1) {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "JPEG", quality);
-    return bytes;
-}
+using test::jpegOf;
 
 class IntakeTest : public ::testing::Test {
 protected:
@@ -187,6 +181,43 @@ TEST_F(IntakeTest, AJpegCutShortIsRefused) {
         EXPECT_EQ(decoded.message(),
                   cut + QStringLiteral(": the picture's data ends early (the file is cut short)"));
     }
+}
+
+// Damage the decoder gets past opens the picture with one warning naming the file; a
+// whole picture gets none. Pasted bytes go through the same decoder.
+TEST_F(IntakeTest, RecoverableJpegDamageIsAWarningNamingTheFile) {
+    const QImage panorama = test::testPanorama(512, 256);
+    QStringList warnings;
+    const QByteArray whole = jpegOf(panorama, 90);
+    ASSERT_TRUE(decodeImageFile(files.addFile(QStringLiteral("whole.jpg"), whole), &warnings).ok());
+    EXPECT_TRUE(warnings.isEmpty()) << warnings.join(QLatin1Char('\n')).toStdString();
+
+    const QByteArray damaged = test::damagedJpegOf(panorama);
+    const QString path = files.addFile(QStringLiteral("damaged.jpg"), damaged);
+    const Result<render::Image> opened = decodeImageFile(path, &warnings);
+    ASSERT_TRUE(opened.ok()) << opened.message();
+    EXPECT_EQ(opened->extent(), QRectF(0, 0, 512, 256));
+    ASSERT_EQ(warnings.size(), 1);
+    EXPECT_TRUE(warnings[0].startsWith(path + QStringLiteral(": the picture's data is damaged")))
+        << warnings[0];
+
+    QStringList pasted;
+    ASSERT_TRUE(decodeImageData(damaged, {}, &pasted).ok());
+    EXPECT_EQ(pasted.size(), 1);
+    const Result<render::Image> cut = decodeImageData(whole.left(whole.size() / 2));
+    EXPECT_FALSE(cut.ok());
+    EXPECT_TRUE(cut.message().contains(QStringLiteral("ends early"))) << cut.message();
+}
+
+// Grey JPEGs come out as grey RGB pixels, not as a channel read three times wrong.
+TEST_F(IntakeTest, GreyJpegsOpenAsGrey) {
+    QImage grey(64, 32, QImage::Format_Grayscale8);
+    grey.fill(QColor(120, 120, 120));
+    const Result<render::Image> decoded = decodeImageData(jpegOf(grey, 95));
+    ASSERT_TRUE(decoded.ok()) << decoded.message();
+    ASSERT_NE(decoded->sourcePixels(), nullptr);
+    const QImage& pixels = decoded->sourcePixels()->image();
+    EXPECT_LE(test::channelDistance(pixels.pixelColor(10, 10), QColor(120, 120, 120)), 2);
 }
 
 // A pipe named like a picture is refused at once, with a message that says why.
@@ -395,4 +426,35 @@ TEST(PngWriter, ReportsADeviceThatRefusesData) {
     const Status written = render::writePng(test::testPanorama(200, 100), device);
     EXPECT_FALSE(written.ok());
     EXPECT_EQ(written.message(), QStringLiteral("No space left on device"));
+}
+
+// Past the pixel budget a JPEG decodes at the largest DCT scale that fits and looks
+// like a copy shrunk beforehand; one too large even at an eighth is refused in words.
+TEST(JpegDecoding, HugePicturesDecodeScaledWithinTheBudget) {
+    // Smooth content: the comparison is of scaling, not of edge ringing.
+    QImage picture(1024, 512, QImage::Format_RGB32);
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x)
+            picture.setPixel(x, y, qRgb(x / 4, y / 2, 128 + (x + y) / 12));
+    const QByteArray jpeg = jpegOf(picture, 95);
+    const auto decode = [&](qint64 maxPixels) {
+        return decodeJpeg(nullptr, jpeg, jpeg.size(), maxPixels, QStringLiteral("pano.jpg"));
+    };
+
+    const auto full = decode(1024 * 512);
+    ASSERT_TRUE(full.ok() && full->has_value()) << full.message();
+    EXPECT_EQ((*full)->scale, 1);
+    EXPECT_EQ((*full)->image.size(), QSize(1024, 512));
+
+    const auto quarter = decode(1024 * 512 / 10);
+    ASSERT_TRUE(quarter.ok() && quarter->has_value()) << quarter.message();
+    EXPECT_EQ((*quarter)->scale, 4);
+    EXPECT_EQ((*quarter)->storedSize, QSize(1024, 512));
+    const QImage shrunk = picture.scaled(256, 128, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    EXPECT_LE(test::meanAbsoluteDifference((*quarter)->image, shrunk), 2.0);
+
+    const auto refused = decode(100);
+    ASSERT_FALSE(refused.ok());
+    EXPECT_TRUE(refused.message().startsWith(QStringLiteral("pano.jpg: "))) << refused.message();
+    EXPECT_TRUE(refused.message().contains(QStringLiteral("an eighth"))) << refused.message();
 }

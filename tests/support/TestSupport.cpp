@@ -1,5 +1,6 @@
 #include "support/TestSupport.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -64,6 +65,26 @@ QImage testPanorama(int width, int height) {
 
 QByteArray pngHeaderOnly(quint32 width, quint32 height) {
     return pngClaiming(width, height, false);
+}
+
+QByteArray jpegOf(const QImage& image, int quality) {
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "JPEG", quality);
+    return bytes;
+}
+
+QByteArray damagedJpegOf(const QImage& image) {
+    QByteArray jpeg = jpegOf(image, 90);
+    const qsizetype scan = jpeg.lastIndexOf(QByteArray("\xff\xda", 2));
+    const qsizetype end = jpeg.lastIndexOf(QByteArray("\xff\xd9", 2));
+    if (scan < 0 || end < scan)
+        return {};
+    const qsizetype middle = (scan + end) / 2;
+    jpeg[middle] = '\xff';
+    jpeg[middle + 1] = '\xd3';
+    return jpeg;
 }
 
 QByteArray pngClaiming(quint32 width, quint32 height, bool withData) {

@@ -47,6 +47,12 @@ QByteArray pngHeaderOnly(quint32 width, quint32 height);
 /// whose size a decoder reads from the header before it finds the data missing.
 QByteArray pngClaiming(quint32 width, quint32 height, bool withData = true);
 
+/// `image` as JPEG bytes (quality -1 is Qt's default).
+QByteArray jpegOf(const QImage& image, int quality = -1);
+/// A JPEG of `image` with a restart marker forged into the middle of its scan: the
+/// decoder recovers and says the data is damaged.
+QByteArray damagedJpegOf(const QImage& image);
+
 /// Largest per-channel difference, in 8-bit code values.
 int channelDistance(QColor a, QColor b);
 /// Mean absolute difference over all channels of two images of one size, in 8-bit

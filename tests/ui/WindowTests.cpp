@@ -446,6 +446,17 @@ TEST_F(WindowTest, FailuresAreSaidInTheToastAndChangeNothing) {
     EXPECT_EQ(model().look(), before);
     EXPECT_EQ(model().sourceName(), QStringLiteral("beach"));
 
+    // Damage the decoder got past: the picture opens, and the note says so.
+    const QString damaged = files.addFile(QStringLiteral("scratched.jpg"),
+                                          test::damagedJpegOf(test::testPanorama(400, 200)));
+    view().handleDrop({QUrl::fromLocalFile(damaged)});
+    QTest::qWait(50);
+    EXPECT_EQ(model().sourceName(), QStringLiteral("scratched"));
+    EXPECT_EQ(view().toast()->kind(), ui::Toast::Kind::failed);
+    EXPECT_TRUE(view().toast()->text().startsWith(damaged + QStringLiteral(": the picture's data "
+                                                                           "is damaged")))
+        << view().toast()->text();
+
     // A success after a failure shows the plain confirmation again.
     view().copyImage();
     settle();

@@ -319,10 +319,15 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
 // The hot loop is compiled twice, for x86-64-v3 (AVX2, FMA) and for any x86-64; the
 // dynamic loader picks one by the processor's features when the module is loaded.
 // (Not "arch=haswell": that clone is chosen by processor model, so AMD never gets it.)
+// Clang cannot clone templates; its builds (the fuzzers) take the plain loop.
+#if defined(__clang__)
+#define VM_CLONED_LOOP
+#else
+#define VM_CLONED_LOOP __attribute__((target_clones("arch=x86-64-v3", "default")))
+#endif
 template <int Format, bool Opaque>
-__attribute__((target_clones("arch=x86-64-v3", "default"))) void
-runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0, int y0, int w,
-         int h) {
+VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0,
+                             int y0, int w, int h) {
     // Three rows of coordinates (above, this, below) with a column of margin on either
     // side, for each pixel's four neighbours. Element i is column x0 - 1 + i.
     alignas(32) float u[3][block + 8];

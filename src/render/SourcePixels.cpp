@@ -271,18 +271,20 @@ void SourcePixels::buildSeamTable() const {
     m_seamWraps = w >= 2 && steps.first <= 3.0 * steps.second + 1e-4;
     // Blur along the seam only, so the correction has no streaks but keeps the
     // picture's vertical structure (sky above, ground below).
+    // Running sums, so the cost does not grow with the radius (a picture 500000 rows
+    // tall took seconds when each row summed its window).
     const int radius = std::max(1, h / 200);
+    std::vector<double> prefix(4 * (static_cast<size_t>(h) + 1), 0.0);
+    for (size_t i = 0; i < raw.size(); ++i)
+        prefix[i + 4] = prefix[i] + raw[i];
     m_seamDelta.assign(raw.size(), 0.f);
     for (int y = 0; y < h; ++y) {
-        const int y0 = std::max(0, y - radius);
-        const int y1 = std::min(h - 1, y + radius);
-        float sum[4] = {0, 0, 0, 0};
-        for (int yy = y0; yy <= y1; ++yy) {
-            for (int c = 0; c < 4; ++c)
-                sum[c] += raw[4 * static_cast<size_t>(yy) + c];
-        }
-        for (int c = 0; c < 4; ++c)
-            m_seamDelta[4 * static_cast<size_t>(y) + c] = sum[c] / static_cast<float>(y1 - y0 + 1);
+        const size_t y0 = static_cast<size_t>(std::max(0, y - radius));
+        const size_t y1 = static_cast<size_t>(std::min(h - 1, y + radius));
+        const double count = static_cast<double>(y1 - y0 + 1);
+        for (size_t c = 0; c < 4; ++c)
+            m_seamDelta[4 * static_cast<size_t>(y) + c] =
+                static_cast<float>((prefix[4 * (y1 + 1) + c] - prefix[4 * y0 + c]) / count);
     }
 }
 

@@ -431,3 +431,30 @@ TEST(ProjectionKernel, ACallerOfAnotherVersionIsRefused) {
     kernel(&pixels->sampler(), &projection, &destination);
     EXPECT_EQ(out[3], 1.f); // opaque
 }
+
+// The seam table is the step across the seam blurred along it by h / 200 rows: a
+// step that changes halfway down ramps over the blur's width and is exact beyond
+// it, the ends of the column included. A tall, narrow picture builds it quickly (it
+// once took seconds, every row summing its own window).
+TEST(SeamTable, IsTheSeamStepBlurredAlongTheSeam) {
+    const int height = 40000;
+    QImage picture(8, height, QImage::Format_RGBA8888);
+    for (int y = 0; y < height; ++y) {
+        auto* row = reinterpret_cast<quint32*>(picture.scanLine(y));
+        for (int x = 0; x < 8; ++x) // the left end white, the right end black in the top half
+            row[x] = x == 0 || y >= height / 2 || x < 4 ? 0xffffffffu : 0xff000000u;
+    }
+    const auto pixels = render::SourcePixels::create(picture);
+    pixels->ensurePyramid();
+    const VmSampler& sampler = pixels->sampler();
+    ASSERT_EQ(sampler.seamRows, height);
+    const int radius = height / 200;
+    const auto red = [&](int y) { return sampler.seamDelta[4 * y]; };
+    for (const int y : {0, radius, height / 2 - radius - 1})
+        EXPECT_NEAR(red(y), 1.f, 1e-5f) << y;
+    for (const int y : {height / 2 + radius, height - 1})
+        EXPECT_NEAR(red(y), 0.f, 1e-5f) << y;
+    EXPECT_NEAR(red(height / 2), 0.5f - 0.5f / (2 * radius + 1), 1e-4f);
+    for (int y = height / 2 - radius; y < height / 2 + radius; ++y)
+        ASSERT_GE(red(y), red(y + 1)) << y;
+}

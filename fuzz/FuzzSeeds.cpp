@@ -1,7 +1,10 @@
 // Writes the fuzzers' starting corpora: small pictures in every format the loader
 // reads (whole, damaged, cut short, turned by EXIF), command lines and layer values
-// as people type them, and deterministic byte strings for the structured targets.
+// as people type them, saved looks, and deterministic byte strings for the
+// structured targets.
 // Usage: velmora_fuzz_seeds OUTDIR
+
+#include "model/LookFile.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -117,6 +120,26 @@ int main(int argc, char** argv) {
     int index = 0;
     for (const char* line : commandLines)
         ok &= write(lines, QStringLiteral("seed-%1").arg(index++), QByteArray(line));
+
+    // Looks: the defaults, each preset, and one with a layer in every blend mode.
+    const QString looks = out + QStringLiteral("/look_file");
+    ok &=
+        write(looks, QStringLiteral("defaults.velmora-look"), velmora::lookToJson(velmora::Look()));
+    for (const velmora::Preset preset : velmora::allPresets)
+        ok &= write(looks, velmora::presetName(preset) + QStringLiteral(".velmora-look"),
+                    velmora::lookToJson(velmora::Look().withPreset(preset)));
+    velmora::Look layered;
+    for (const velmora::LayerBlendMode mode : velmora::allLayerBlendModes) {
+        velmora::PlacedLayer layer;
+        layer.assetID = QStringLiteral("Glows/orb.png");
+        layer.center = {0.25, 0.75};
+        layer.rotation = 30.0;
+        layer.opacity = 0.5;
+        layer.flipped = mode == velmora::LayerBlendMode::multiply;
+        layer.blendMode = mode;
+        layered.layers.append(layer);
+    }
+    ok &= write(looks, QStringLiteral("layers.velmora-look"), velmora::lookToJson(layered));
 
     QRandomGenerator random(20261124);
     for (const char* target : {"kernel", "png_writer"})

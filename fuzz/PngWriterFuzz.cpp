@@ -21,8 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         input.ConsumeIntegralInRange(0, static_cast<int>(render::PngEncoding::Filter::adaptive)));
     encoding.level = input.ConsumeIntegralInRange(0, 3);
     encoding.rowsPerStrip = input.ConsumeIntegralInRange(1, 80);
-    const int width = input.ConsumeIntegralInRange(1, 300);
-    const int height = input.ConsumeIntegralInRange(1, 200);
+    const int width = input.ConsumeIntegralInRange(1, 128);
+    const int height = input.ConsumeIntegralInRange(1, 160);
     QImage picture(width, height, QImage::Format_RGBA8888);
     // Rows repeat their bytes when the input runs short: long runs exercise deflate's
     // matches as random bytes exercise its literals.

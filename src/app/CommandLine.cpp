@@ -2,6 +2,7 @@
 
 #include "layers/LayerLibrary.h"
 #include "model/ImageDecoding.h"
+#include "model/LookFile.h"
 #include "model/PlanetRenderer.h"
 #include "model/Resources.h"
 #include "render/PngWriter.h"
@@ -117,6 +118,11 @@ Invocation parseRender(ArgumentReader& reader) {
                     inv,
                     QStringLiteral("--size: %1 is not a whole number from 64 to 16384").arg(*v));
             r.size = static_cast<int>(*n);
+        } else if (name == QLatin1String("--look")) {
+            const auto v = value();
+            if (!v || v->isEmpty())
+                return missing();
+            r.lookFile = *v;
         } else if (name == QLatin1String("--preset")) {
             const auto v = value();
             if (!v)
@@ -415,8 +421,11 @@ given in brackets, followed by the wider range the command line accepts.
   -o, --output FILE   where to write the PNG (required); written whole or not at
                       all; - writes it to standard output
   --size N            side in pixels, 64 to 16384 [2048]
+  --look FILE         a look saved by the window (.velmora-look): its settings
+                      and layers are applied first, every option below
+                      overrides them and --layer adds to its layers
   --preset NAME       classic, sky, horizontal, spiral, double, or a title such
-                      as "Sky World"; applied first, the settings below override it
+                      as "Sky World"; applied next, the settings below override it
 )") + settings +
            QStringLiteral(
                R"(  --layer LAYER       artwork to place, bottom first; repeatable. LAYER is
@@ -478,8 +487,9 @@ Status checkOutputPath(const QString& path) {
     return {};
 }
 
-Result<Look> lookFromOptions(const RenderOptions& options, LayerLibrary& library) {
-    Look look;
+Result<Look> lookFromOptions(const RenderOptions& options, LayerLibrary& library,
+                             const Look& base) {
+    Look look = base;
     if (options.preset)
         look = look.withPreset(*options.preset);
     for (const auto& [setting, value] : options.settings) {
@@ -540,7 +550,16 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     if (!renderer)
         return fail(renderer.message(), failure);
     LayerLibrary library(root, userArtworkFolder());
-    const Result<Look> look = lookFromOptions(r, library);
+    Look base;
+    if (!r.lookFile.isEmpty()) {
+        const Result<LoadedLook> loaded = loadLookFile(r.lookFile, &library);
+        if (!loaded)
+            return fail(loaded.message(), failure);
+        for (const QString& note : loaded->notes)
+            err << "velmora: warning: " << note << '\n';
+        base = loaded->look;
+    }
+    const Result<Look> look = lookFromOptions(r, library, base);
     if (!look)
         return fail(look.message(), usageError);
 

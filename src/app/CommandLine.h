@@ -43,6 +43,7 @@ struct RenderOptions {
     QString input; ///< empty: the shipped sample panorama
     QString output;
     int size = 2048;
+    QString lookFile; ///< --look: a saved look applied before the other options
     std::optional<Preset> preset;
     Settings settings;
     QList<LayerPlacement> layers;
@@ -85,7 +86,9 @@ Status checkOutputPath(const QString& path);
 /// layers as the window would add them, with their keys. A layer that names an
 /// existing file is that file (added to `library`); otherwise it is an asset id.
 /// Fails, naming it, for a layer that is neither.
-Result<Look> lookFromOptions(const RenderOptions& options, LayerLibrary& library);
+/// `base` (a saved look, or the defaults) is where the options start from.
+Result<Look> lookFromOptions(const RenderOptions& options, LayerLibrary& library,
+                             const Look& base = Look());
 
 /// Runs `render`: the picture with its settings and layers to OUT. Messages go to
 /// `err`; nothing is written unless everything succeeds.

@@ -46,6 +46,11 @@ void PlanetModel::applyPreset(Preset preset) {
     assign(m_look.withPreset(preset));
 }
 
+void PlanetModel::applyLook(const Look& look) {
+    recordHistory();
+    assign(look);
+}
+
 void PlanetModel::resetAll() {
     applyPreset(Preset::classic);
     assign(m_look.withNeutralColours());

@@ -76,6 +76,9 @@ public:
     /// Records history, writes the projection defaults and the preset's own values
     /// as one batch, selects the preset and renders once. Colours and layers stay.
     void applyPreset(Preset preset);
+    /// Replaces the settings, preset and layers with `look` (a saved look) as one undo
+    /// step; the picture, output size and history stay.
+    void applyLook(const Look& look);
     /// The classic preset, then neutral colours: two batches that each end in one
     /// render, but one history entry, so one undo reverts it. Layers and selection stay.
     void resetAll();

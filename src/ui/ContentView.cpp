@@ -4,6 +4,7 @@
 #include "model/Clipboard.h"
 #include "model/DocumentFiles.h"
 #include "model/ImageDecoding.h"
+#include "model/LookFile.h"
 #include "model/PlanetModel.h"
 #include "model/PlanetRenderer.h"
 #include "model/Resources.h"
@@ -28,6 +29,7 @@
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QMenu>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPainter>
@@ -73,6 +75,18 @@ ContentView::ContentView(const PlanetRenderer& renderer, QWidget* parent)
     setMinimumSize(1100, 760);
     chooseImageFile = [this] { return defaultImageFile(); };
     chooseExportFile = [this](const QString& name) { return defaultExportFile(name); };
+    chooseLookToSave = [this](const QString& name) {
+        return QFileDialog::getSaveFileName(
+            this, QStringLiteral("Save Look"),
+            QDir(m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder).filePath(name),
+            QStringLiteral("Velmora looks (*.%1)").arg(QLatin1String(lookFileSuffix)));
+    };
+    chooseLookToApply = [this] {
+        return QFileDialog::getOpenFileName(
+            this, QStringLiteral("Apply Look"),
+            m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder,
+            QStringLiteral("Velmora looks (*.%1)").arg(QLatin1String(lookFileSuffix)));
+    };
     buildLayout();
     buildActions();
 
@@ -206,7 +220,15 @@ void ContentView::buildActions() {
 }
 
 void ContentView::setHelpMenu(QMenu* menu) {
-    m_header->setHelpMenu(menu);
+    // Looks come before Help, as a document's menus come before the application's.
+    if (!m_lookMenu) {
+        m_lookMenu = new QMenu(QStringLiteral("Look"), this);
+        m_lookMenu->setObjectName(QStringLiteral("lookMenu"));
+        m_lookMenu->addAction(QStringLiteral("Save Look\u2026"), this, &ContentView::saveLook);
+        m_lookMenu->addAction(QStringLiteral("Apply Look\u2026"), this, &ContentView::applyLook);
+        m_header->addMenu(m_lookMenu);
+    }
+    m_header->addMenu(menu);
 }
 
 void ContentView::refreshEnabling() {
@@ -299,6 +321,39 @@ void ContentView::handleDrop(const QList<QUrl>& urls) {
     const QString path = urls.front().toLocalFile();
     QMetaObject::invokeMethod(
         this, [this, path] { openPicture(path); }, Qt::QueuedConnection);
+}
+
+// ---- looks ---------------------------------------------------------------------
+
+void ContentView::saveLook() {
+    const QString name =
+        (m_model->sourceName().isEmpty() ? QStringLiteral("Look") : m_model->sourceName()) +
+        QLatin1Char('.') + QLatin1String(lookFileSuffix);
+    QString path = chooseLookToSave(name);
+    if (path.isEmpty())
+        return;
+    if (QFileInfo(path).suffix().isEmpty())
+        path += QLatin1Char('.') + QLatin1String(lookFileSuffix);
+    m_lastFolder = QFileInfo(path).absolutePath();
+    if (const Status saved = saveLookFile(m_model->look(), path); !saved)
+        showToast(true, QStringLiteral("Couldn't save the look: ") + saved.message());
+    else
+        showToast(false, QStringLiteral("Look saved"));
+}
+
+void ContentView::applyLook() {
+    const QString path = chooseLookToApply();
+    if (path.isEmpty())
+        return;
+    m_lastFolder = QFileInfo(path).absolutePath();
+    const Result<LoadedLook> loaded = loadLookFile(path, &m_model->library());
+    if (!loaded) {
+        showToast(true, QStringLiteral("Couldn't apply ") + loaded.message());
+        return;
+    }
+    m_model->applyLook(loaded->look);
+    if (!loaded->notes.isEmpty())
+        showToast(true, loaded->notes.front());
 }
 
 // ---- output --------------------------------------------------------------------

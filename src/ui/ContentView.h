@@ -72,6 +72,9 @@ public:
     /// How files are chosen; replaced by tests. Empty strings mean cancelled.
     std::function<QString()> chooseImageFile;
     std::function<QString(const QString& suggestedName)> chooseExportFile;
+    /// Where to save the look, and which look to apply; replaced by tests.
+    std::function<QString(const QString& suggestedName)> chooseLookToSave;
+    std::function<QString()> chooseLookToApply;
 
     void setHelpMenu(QMenu* menu);
 
@@ -81,6 +84,8 @@ public Q_SLOTS:
     void handleDrop(const QList<QUrl>& urls);
     void exportImage();
     void copyImage();
+    void saveLook();
+    void applyLook();
     void toggleLibrary();
 
 private:
@@ -122,6 +127,7 @@ private:
     QAction* m_paste = nullptr;
     QAction* m_deleteLayer = nullptr;
     QAction* m_deselect = nullptr;
+    QMenu* m_lookMenu = nullptr;
     QString m_lastFolder;
 };
 

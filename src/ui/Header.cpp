@@ -161,7 +161,7 @@ void Header::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
 }
 
-void Header::setHelpMenu(QMenu* menu) {
+void Header::addMenu(QMenu* menu) {
     m_menuBar->addMenu(menu);
 }
 

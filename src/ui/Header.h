@@ -29,8 +29,8 @@ public:
     HeaderButton* exportButton() const { return m_export; }
     HeaderButton* layersToggle() const { return m_layers; }
     QMenuBar* menuBar() const { return m_menuBar; }
-    /// Puts `menu` (the application's Help menu) in the header's menu bar.
-    void setHelpMenu(QMenu* menu);
+    /// Puts `menu` in the header's menu bar, after those already there.
+    void addMenu(QMenu* menu);
 
     /// Pointer travel, in pixels, after which a press on the header moves the window.
     static constexpr double moveThreshold = 4.0;

@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 #include "layers/LayerLibrary.h"
+#include "model/LookFile.h"
 #include "support/TestSupport.h"
 
 #include <QDir>
@@ -55,9 +56,10 @@ TEST(CommandLineParsing, RenderOptionsInBothSpellings) {
         {QStringLiteral("render"), QStringLiteral("pano.jpg"), QStringLiteral("--output=o.png"),
          QStringLiteral("--size"), QStringLiteral("4096"), QStringLiteral("--preset=Sky World"),
          QStringLiteral("--rotate"), QStringLiteral("-30"), QStringLiteral("--shift-y=0.25"),
-         QStringLiteral("--invert=no"), QStringLiteral("--layer"),
-         QStringLiteral("Glows/orb.png")});
+         QStringLiteral("--invert=no"), QStringLiteral("--layer"), QStringLiteral("Glows/orb.png"),
+         QStringLiteral("--look=dusk.velmora-look")});
     ASSERT_TRUE(inv.error.isEmpty()) << inv.error;
+    EXPECT_EQ(inv.render.lookFile, QStringLiteral("dusk.velmora-look"));
     EXPECT_EQ(inv.render.input, QStringLiteral("pano.jpg"));
     EXPECT_EQ(inv.render.output, QStringLiteral("o.png"));
     EXPECT_EQ(inv.render.size, 4096);
@@ -389,6 +391,52 @@ TEST_F(CommandLineRun, DamagedJpegsWarnAndCutOnesFail) {
     const Outcome failed = runProgram(render({cut, QStringLiteral("-o"), out}));
     EXPECT_EQ(failed.status, 1);
     EXPECT_TRUE(failed.err.contains(cut + QStringLiteral(": the picture's data ends early")))
+        << failed.err;
+}
+
+// A saved look is where the options start: rendering it with an override gives the
+// picture the same settings and layers give as options. Artwork the catalogue lacks
+// is left out with a warning; a look file that does not read is a failure.
+TEST_F(CommandLineRun, ALookFileIsAppliedFirstAndOptionsOverrideIt) {
+    Look look;
+    look.setValue(Setting::zoom, 2.0);
+    look.setValue(Setting::gamma, 1.6);
+    look.selectedPreset.reset();
+    PlacedLayer orb;
+    orb.id = QUuid::createUuid();
+    orb.assetID = QStringLiteral("Glows/orb.png");
+    orb.center = {0.5, 0.25};
+    orb.scale = 0.4;
+    orb.blendMode = LayerBlendMode::screen;
+    PlacedLayer gone = orb;
+    gone.assetID = QStringLiteral("Stickers/gone.png");
+    look.layers = {orb, gone};
+    const QString saved = files.file(QStringLiteral("dusk.velmora-look"));
+    ASSERT_TRUE(saveLookFile(look, saved).ok());
+
+    const QString fromLook = files.file(QStringLiteral("look.png"));
+    const Outcome run = runProgram(render(
+        {picture, QStringLiteral("--look"), saved, QStringLiteral("--gamma"), QStringLiteral("0.8"),
+         QStringLiteral("-o"), fromLook, QStringLiteral("--size"), QStringLiteral("128")}));
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(run.err.contains(QStringLiteral("velmora: warning: ") + saved +
+                                 QStringLiteral(": the artwork \"Stickers/gone.png\"")))
+        << run.err;
+
+    const QString fromOptions = files.file(QStringLiteral("options.png"));
+    const Outcome same = runProgram(render(
+        {picture, QStringLiteral("--zoom"), QStringLiteral("2"), QStringLiteral("--gamma"),
+         QStringLiteral("0.8"), QStringLiteral("--layer"),
+         QStringLiteral("Glows/orb.png@0.5,0.25:scale=0.4,blend=screen"), QStringLiteral("-o"),
+         fromOptions, QStringLiteral("--size"), QStringLiteral("128")}));
+    ASSERT_EQ(same.status, 0) << same.err;
+    EXPECT_EQ(QImage(fromLook), QImage(fromOptions));
+
+    const QString broken = files.addFile(QStringLiteral("broken.velmora-look"), "{\"format\":");
+    const Outcome failed = runProgram(
+        render({picture, QStringLiteral("--look"), broken, QStringLiteral("-o"), fromLook}));
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_TRUE(failed.err.contains(broken + QStringLiteral(": cannot read the look")))
         << failed.err;
 }
 

@@ -28,6 +28,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QMenu>
+#include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
@@ -486,6 +487,60 @@ TEST_F(WindowTest, HelpMenuHasExactlyItsThreeLinks) {
     EXPECT_EQ(catcher.opened[0], MainWindow::contactSupportUrl());
     EXPECT_EQ(catcher.opened[1], MainWindow::gettingStartedUrl());
     EXPECT_EQ(catcher.opened[2], MainWindow::moreAppsUrl());
+}
+
+// Looks are saved and applied from the header's Look menu, before Help: applying
+// keeps the picture and is one undo step; a file that does not read changes
+// nothing and says why.
+TEST_F(WindowTest, LooksAreSavedAndAppliedFromTheLookMenu) {
+    test::TempTree files;
+    load();
+    const QList<QAction*> bar = view().header()->menuBar()->actions();
+    ASSERT_EQ(bar.size(), 2);
+    EXPECT_EQ(bar[0]->text(), QStringLiteral("Look"));
+    EXPECT_EQ(bar[1]->text(), QStringLiteral("Help"));
+    const QList<QAction*> items = bar[0]->menu()->actions();
+    ASSERT_EQ(items.size(), 2);
+    EXPECT_EQ(items[0]->text(), QStringLiteral("Save Look\u2026"));
+    EXPECT_EQ(items[1]->text(), QStringLiteral("Apply Look\u2026"));
+
+    model().applyPreset(PlanetModel::Preset::spiral);
+    model().setSetting(Setting::saturation, 1.5);
+    model().addLayer(QStringLiteral("Glows/orb.png"), {0.5, 0.3});
+    const Look saved = model().look();
+    QString suggested;
+    const QString path = files.file(QStringLiteral("spiral"));
+    view().chooseLookToSave = [&](const QString& name) {
+        suggested = name;
+        return path;
+    };
+    items[0]->trigger();
+    EXPECT_EQ(suggested, QStringLiteral("beach.velmora-look"));
+    ASSERT_TRUE(QFileInfo::exists(path + QStringLiteral(".velmora-look")));
+    EXPECT_EQ(view().toast()->kind(), ui::Toast::Kind::done);
+
+    model().resetAll();
+    model().deleteSelectedLayer();
+    const Look plain = model().look();
+    const int depth = model().undoDepth();
+    view().chooseLookToApply = [&] { return path + QStringLiteral(".velmora-look"); };
+    items[1]->trigger();
+    EXPECT_EQ(model().look().value(Setting::saturation), 1.5);
+    EXPECT_EQ(model().look().selectedPreset, PlanetModel::Preset::spiral);
+    ASSERT_EQ(model().layers().size(), 1);
+    EXPECT_EQ(model().layers()[0].center, saved.layers[0].center);
+    EXPECT_EQ(model().sourceName(), QStringLiteral("beach"));
+    EXPECT_EQ(model().undoDepth(), depth + 1);
+    model().undo();
+    EXPECT_EQ(model().look(), plain);
+
+    const QString broken = files.addFile(QStringLiteral("broken.velmora-look"), "[]");
+    view().chooseLookToApply = [&] { return broken; };
+    items[1]->trigger();
+    EXPECT_EQ(model().look(), plain);
+    EXPECT_EQ(view().toast()->kind(), ui::Toast::Kind::failed);
+    EXPECT_TRUE(view().toast()->text().startsWith(QStringLiteral("Couldn't apply ") + broken))
+        << view().toast()->text();
 }
 
 #include "WindowTests.moc"

@@ -1,5 +1,7 @@
 #include "app/CommandLine.h"
 
+#include "app/BatchRender.h"
+
 #include "layers/LayerLibrary.h"
 #include "model/ImageDecoding.h"
 #include "model/LookFile.h"
@@ -10,6 +12,8 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -76,11 +80,7 @@ Invocation parseRender(ArgumentReader& reader) {
     while (!reader.atEnd()) {
         const QString arg = reader.next();
         if (optionsEnded || !arg.startsWith(QLatin1Char('-')) || arg == QLatin1String("-")) {
-            if (!r.input.isEmpty())
-                return withError(inv,
-                                 QStringLiteral("render takes one picture, but got '%1' and '%2'")
-                                     .arg(r.input, arg));
-            r.input = arg;
+            r.inputs.append(arg);
             continue;
         }
         if (arg == QLatin1String("--")) {
@@ -118,6 +118,13 @@ Invocation parseRender(ArgumentReader& reader) {
                     inv,
                     QStringLiteral("--size: %1 is not a whole number from 64 to 16384").arg(*v));
             r.size = static_cast<int>(*n);
+        } else if (name == QLatin1String("--output-dir")) {
+            const auto v = value();
+            if (!v || v->isEmpty())
+                return missing();
+            r.outputDir = *v;
+        } else if (name == QLatin1String("--overwrite")) {
+            r.overwrite = true;
         } else if (name == QLatin1String("--look")) {
             const auto v = value();
             if (!v || v->isEmpty())
@@ -177,6 +184,18 @@ Invocation parseRender(ArgumentReader& reader) {
                 inv, QStringLiteral("unknown option '%1' (velmora --help lists them)").arg(name));
         }
     }
+    if (!r.outputDir.isEmpty()) {
+        if (sawOutput)
+            return withError(inv, QStringLiteral("-o and --output-dir do not go together (-o names "
+                                                 "one file, --output-dir a folder for many)"));
+        if (r.inputs.isEmpty())
+            return withError(inv, QStringLiteral("--output-dir needs the pictures to render"));
+        return inv;
+    }
+    if (r.inputs.size() > 1)
+        return withError(inv, QStringLiteral("render takes one picture, but got '%1' and '%2' "
+                                             "(--output-dir DIR renders several)")
+                                  .arg(r.inputs[0], r.inputs[1]));
     if (!sawOutput)
         return withError(inv, QStringLiteral("render needs -o OUT.png"));
     return inv;
@@ -410,6 +429,7 @@ QString helpText() {
 Usage:
   velmora [IMAGE]                          open the window; load IMAGE if given
   velmora render [IMAGE] -o OUT.png [options]
+  velmora render IMAGE... --output-dir DIR [--overwrite] [options]
   velmora layers                           list the artwork catalogue
   velmora --help | --version
 
@@ -420,6 +440,11 @@ given in brackets, followed by the wider range the command line accepts.
 
   -o, --output FILE   where to write the PNG (required); written whole or not at
                       all; - writes it to standard output
+  --output-dir DIR    render every IMAGE (files, or folders of pictures) into DIR
+                      as NAME.png, instead of -o; a picture that fails is
+                      named and the rest go on
+  --overwrite         with --output-dir, replace outputs that exist (else they
+                      are skipped)
   --size N            side in pixels, 64 to 16384 [2048]
   --look FILE         a look saved by the window (.velmora-look): its settings
                       and layers are applied first, every option below
@@ -534,15 +559,16 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     const QString root = resourcesRoot();
 
     // Check the destination before spending seconds on a render.
+    const bool batch = !r.outputDir.isEmpty();
     const bool toStandardOutput = r.output == QLatin1String("-");
-    if (!toStandardOutput) {
+    if (!toStandardOutput && !batch) {
         if (const Status usable = checkOutputPath(r.output); !usable)
             return fail(usable.message(), failure);
     }
 
     const QString input =
-        r.input.isEmpty() ? root + QStringLiteral("/samples/panorama.jpg") : r.input;
-    if (r.input.isEmpty() && !QFileInfo(input).isFile())
+        r.inputs.isEmpty() ? root + QStringLiteral("/samples/panorama.jpg") : r.inputs.front();
+    if (r.inputs.isEmpty() && !QFileInfo(input).isFile())
         return fail(QStringLiteral("no sample panorama at %1; give a picture to render").arg(input),
                     failure);
 
@@ -572,6 +598,10 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
                             .arg(library.asset(layer.assetID)->filePath(), layer.assetID),
                         failure);
     }
+
+    if (batch)
+        return runBatch({r.inputs, r.outputDir, r.size, r.overwrite}, *renderer, library, *look,
+                        err, ::isatty(STDERR_FILENO) == 1);
 
     QStringList warnings;
     const Result<render::Image> source = decodeImageFile(input, &warnings);

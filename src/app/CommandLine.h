@@ -40,8 +40,13 @@ struct LayerPlacement {
 using Settings = std::map<Setting, double>;
 
 struct RenderOptions {
-    QString input; ///< empty: the shipped sample panorama
+    /// None: the shipped sample panorama. More than one only with an output folder.
+    QStringList inputs;
     QString output;
+    /// --output-dir: render every input (files or folders) into it as NAME.png.
+    QString outputDir;
+    /// --overwrite: a batch replaces outputs that exist instead of skipping them.
+    bool overwrite = false;
     int size = 2048;
     QString lookFile; ///< --look: a saved look applied before the other options
     std::optional<Preset> preset;

@@ -7,7 +7,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
-
 #include <QTransform>
 
 #include <cstdio>

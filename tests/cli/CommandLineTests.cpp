@@ -41,7 +41,7 @@ TEST(CommandLineParsing, CommandsAndTheirDefaults) {
         cli::parse({QStringLiteral("render"), QStringLiteral("-o"), QStringLiteral("out.png")});
     ASSERT_TRUE(render.error.isEmpty()) << render.error;
     EXPECT_EQ(render.render.size, 2048);
-    EXPECT_TRUE(render.render.input.isEmpty());
+    EXPECT_TRUE(render.render.inputs.isEmpty());
     EXPECT_FALSE(render.render.preset.has_value());
 
     EXPECT_FALSE(cli::needsDisplay(
@@ -60,7 +60,7 @@ TEST(CommandLineParsing, RenderOptionsInBothSpellings) {
          QStringLiteral("--look=dusk.velmora-look")});
     ASSERT_TRUE(inv.error.isEmpty()) << inv.error;
     EXPECT_EQ(inv.render.lookFile, QStringLiteral("dusk.velmora-look"));
-    EXPECT_EQ(inv.render.input, QStringLiteral("pano.jpg"));
+    EXPECT_EQ(inv.render.inputs, QStringList{QStringLiteral("pano.jpg")});
     EXPECT_EQ(inv.render.output, QStringLiteral("o.png"));
     EXPECT_EQ(inv.render.size, 4096);
     EXPECT_EQ(inv.render.preset, Preset::sky);
@@ -438,6 +438,58 @@ TEST_F(CommandLineRun, ALookFileIsAppliedFirstAndOptionsOverrideIt) {
     EXPECT_EQ(failed.status, 1);
     EXPECT_TRUE(failed.err.contains(broken + QStringLiteral(": cannot read the look")))
         << failed.err;
+}
+
+// A batch renders every picture with one look into a folder, each as the single
+// form would; a broken picture is named and the rest are written (status 1, with a
+// summary); an output that exists is skipped, and said to be, unless --overwrite.
+TEST_F(CommandLineRun, BatchesGoOnPastABrokenPictureAndSkipWhatExists) {
+    const QString out = files.file(QStringLiteral("out"));
+    const QString second = files.file(QStringLiteral("second.jpg"));
+    ASSERT_TRUE(test::testPanorama(400, 200).save(second));
+    const QString broken = files.addFile(QStringLiteral("broken.jpg"), "not a picture");
+    files.addFile(QStringLiteral("out/second.png"), "earlier");
+    const QStringList look{QStringLiteral("--size"), QStringLiteral("64"),
+                           QStringLiteral("--vignette"), QStringLiteral("0.5")};
+
+    const Outcome batch = runProgram(
+        render(QStringList{picture, broken, second, QStringLiteral("--output-dir"), out} + look));
+    EXPECT_EQ(batch.status, 1) << batch.err;
+    EXPECT_TRUE(batch.err.contains(broken)) << batch.err;
+    EXPECT_TRUE(batch.err.contains(out + QStringLiteral("/second.png: exists, skipped")))
+        << batch.err;
+    EXPECT_TRUE(batch.err.endsWith(QStringLiteral("rendered 1 of 3 pictures into ") + out +
+                                   QStringLiteral(", 1 skipped, 1 failed (broken.jpg)\n")))
+        << batch.err;
+    QFile earlier(out + QStringLiteral("/second.png"));
+    ASSERT_TRUE(earlier.open(QIODevice::ReadOnly));
+    EXPECT_EQ(earlier.readAll(), QByteArray("earlier"));
+
+    const QString single = files.file(QStringLiteral("single.png"));
+    ASSERT_EQ(runProgram(render(QStringList{picture, QStringLiteral("-o"), single} + look)).status,
+              0);
+    EXPECT_EQ(QImage(out + QStringLiteral("/pano.png")), QImage(single));
+
+    // A folder stands for its pictures; other files in it are passed over.
+    const QString trip = files.addDir(QStringLiteral("trip"));
+    ASSERT_TRUE(test::testPanorama(300, 150).save(trip + QStringLiteral("/a.png")));
+    ASSERT_TRUE(test::testPanorama(300, 150).save(trip + QStringLiteral("/b.jpg")));
+    files.addFile(QStringLiteral("trip/notes.txt"), "where we went");
+    const Outcome folder =
+        runProgram(render(QStringList{trip, second, QStringLiteral("--output-dir"), out,
+                                      QStringLiteral("--overwrite")} +
+                          look));
+    EXPECT_EQ(folder.status, 0) << folder.err;
+    for (const char* name : {"a.png", "b.png", "second.png"})
+        EXPECT_EQ(QImage(out + QLatin1Char('/') + QLatin1String(name)).size(), QSize(64, 64))
+            << name;
+
+    const Outcome both = runProgram(
+        render({picture, QStringLiteral("-o"), single, QStringLiteral("--output-dir"), out}));
+    EXPECT_EQ(both.status, 2);
+    const Outcome two = runProgram(render({picture, second, QStringLiteral("-o"), single}));
+    EXPECT_EQ(two.status, 2);
+    EXPECT_TRUE(two.err.contains(QStringLiteral("render takes one picture"))) << two.err;
 }
 
 // Only a file or a new path is written: renaming over a device or a pipe would put

@@ -2,7 +2,6 @@
 
 #include "model/ImageDecoding.h"
 #include "model/PlanetRenderer.h"
-#include "render/PngWriter.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -57,9 +56,9 @@ QStringList expandInputs(const QStringList& inputs) {
     return files;
 }
 
-// NAME.png in the folder; two inputs of one name (a/x.jpg, b/x.tif) get "x 2.png"
+// NAME.suffix in the folder; two inputs of one name (a/x.jpg, b/x.tif) get "x 2.png"
 // rather than one overwriting the other.
-QStringList outputPaths(const QStringList& inputs, const QString& folder) {
+QStringList outputPaths(const QStringList& inputs, const QString& folder, const QString& suffix) {
     QStringList outputs;
     QSet<QString> taken;
     for (const QString& input : inputs) {
@@ -68,7 +67,7 @@ QStringList outputPaths(const QStringList& inputs, const QString& folder) {
         for (int n = 2; taken.contains(candidate); ++n)
             candidate = QStringLiteral("%1 %2").arg(name).arg(n);
         taken.insert(candidate);
-        outputs.append(QDir(folder).filePath(candidate + QStringLiteral(".png")));
+        outputs.append(QDir(folder).filePath(candidate + QLatin1Char('.') + suffix));
     }
     return outputs;
 }
@@ -154,7 +153,8 @@ int runBatch(const Batch& batch, const PlanetRenderer& renderer, LayerLibrary& l
         return 1;
     }
     const QStringList inputs = expandInputs(batch.inputs);
-    const QStringList outputs = outputPaths(inputs, batch.outputDir);
+    const QStringList outputs =
+        outputPaths(inputs, batch.outputDir, render::suffixOf(batch.encoding.format));
     if (inputs.isEmpty()) {
         err << "velmora: no pictures to render in " << batch.inputs.join(QStringLiteral(", "))
             << '\n';
@@ -208,7 +208,8 @@ int runBatch(const Batch& batch, const PlanetRenderer& renderer, LayerLibrary& l
         }) & tbb::make_filter<JobPtr, JobPtr>(tbb::filter_mode::parallel, [&](JobPtr job) {
             if (!job->planet)
                 return job;
-            const Status written = render::writePngFile(*job->planet, square, job->output);
+            const Status written =
+                render::writeOutputFile(*job->planet, square, job->output, batch.encoding);
             if (!written)
                 job->failure = written.message();
             job->planet.reset();

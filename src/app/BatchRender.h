@@ -1,5 +1,7 @@
 #pragma once
 
+#include "render/OutputFile.h"
+
 #include <QString>
 #include <QStringList>
 
@@ -14,13 +16,15 @@ struct Look;
 namespace cli {
 
 /// One batch: every picture of `inputs` (files, or folders whose pictures are taken
-/// in name order) rendered with `look` at `side` into `outputDir` as NAME.png.
+/// in name order) rendered with `look` at `side` into `outputDir` as NAME.png (or
+/// the suffix of the encoding's format).
 struct Batch {
     QStringList inputs;
     QString outputDir;
     int side = 2048;
     /// Without it, an existing output is left alone and said to be skipped.
     bool overwrite = false;
+    render::OutputEncoding encoding;
 };
 
 /// Renders the batch, two pictures at a time so decoding one overlaps rendering

@@ -77,6 +77,10 @@ Invocation parseRender(ArgumentReader& reader) {
     RenderOptions& r = inv.render;
     bool sawOutput = false;
     bool optionsEnded = false;
+    QString format;
+    std::optional<int> quality;
+    std::optional<int> depth;
+    bool lossless = false;
     while (!reader.atEnd()) {
         const QString arg = reader.next();
         if (optionsEnded || !arg.startsWith(QLatin1Char('-')) || arg == QLatin1String("-")) {
@@ -125,6 +129,34 @@ Invocation parseRender(ArgumentReader& reader) {
             r.outputDir = *v;
         } else if (name == QLatin1String("--overwrite")) {
             r.overwrite = true;
+        } else if (name == QLatin1String("--format")) {
+            const auto v = value();
+            if (!v || v->isEmpty())
+                return missing();
+            if (!render::outputFormatForSuffix(*v))
+                return withError(inv, QStringLiteral("--format: unknown format '%1' (png, jpg, "
+                                                     "webp, tif)")
+                                          .arg(*v));
+            format = *v;
+        } else if (name == QLatin1String("--quality")) {
+            const auto v = value();
+            if (!v)
+                return missing();
+            const auto n = finiteNumber(*v);
+            if (!n || *n != std::floor(*n) || *n < 1 || *n > 100)
+                return withError(
+                    inv,
+                    QStringLiteral("--quality: '%1' is not a whole number from 1 to 100").arg(*v));
+            quality = static_cast<int>(*n);
+        } else if (name == QLatin1String("--depth")) {
+            const auto v = value();
+            if (!v)
+                return missing();
+            if (*v != QLatin1String("8") && *v != QLatin1String("16"))
+                return withError(inv, QStringLiteral("--depth: '%1' is not 8 or 16").arg(*v));
+            depth = v->toInt();
+        } else if (name == QLatin1String("--lossless")) {
+            lossless = true;
         } else if (name == QLatin1String("--look")) {
             const auto v = value();
             if (!v || v->isEmpty())
@@ -184,6 +216,36 @@ Invocation parseRender(ArgumentReader& reader) {
                 inv, QStringLiteral("unknown option '%1' (velmora --help lists them)").arg(name));
         }
     }
+    // The format: --format for a batch, else the output's suffix; a name without a
+    // known suffix (or standard output) is PNG, as it always was.
+    if (!r.outputDir.isEmpty() && format.isEmpty())
+        format = QStringLiteral("png");
+    if (!format.isEmpty() && r.outputDir.isEmpty())
+        return withError(inv, QStringLiteral("--format is for --output-dir; -o takes the format "
+                                             "from the file's suffix"));
+    const QString suffix = r.outputDir.isEmpty() ? QFileInfo(r.output).suffix() : format;
+    render::OutputEncoding& encoding = r.encoding;
+    encoding.format = render::outputFormatForSuffix(suffix).value_or(render::OutputFormat::png);
+    using render::OutputFormat;
+    if (depth == 16) {
+        if (encoding.format == OutputFormat::png)
+            encoding.format = OutputFormat::png16;
+        else if (encoding.format != OutputFormat::tiff16)
+            return withError(inv, QStringLiteral("--depth 16 is for PNG and TIFF"));
+    } else if (depth == 8 && encoding.format == OutputFormat::tiff16) {
+        return withError(inv, QStringLiteral("TIFF is written at 16 bits"));
+    }
+    if (lossless) {
+        if (encoding.format != OutputFormat::webp)
+            return withError(inv, QStringLiteral("--lossless is for WebP"));
+        encoding.format = OutputFormat::webpLossless;
+    }
+    if (quality) {
+        if (encoding.format != OutputFormat::jpeg && encoding.format != OutputFormat::webp)
+            return withError(inv, QStringLiteral("--quality is for JPEG and lossy WebP"));
+        encoding.quality = *quality;
+    }
+
     if (!r.outputDir.isEmpty()) {
         if (sawOutput)
             return withError(inv, QStringLiteral("-o and --output-dir do not go together (-o names "
@@ -434,7 +496,8 @@ Usage:
   velmora --help | --version
 
 render turns IMAGE (by default the sample panorama that ships with Velmora)
-into a square tiny planet PNG, 8-bit RGBA, sRGB. Settings are the window's, by
+into a square tiny planet, by default a PNG, 8-bit RGBA, sRGB; the output's
+suffix chooses JPEG (.jpg), WebP (.webp) or 16-bit TIFF (.tif) instead. Settings are the window's, by
 the same names and in its units; the range and default each slider has are
 given in brackets, followed by the wider range the command line accepts.
 
@@ -445,6 +508,10 @@ given in brackets, followed by the wider range the command line accepts.
                       named and the rest go on
   --overwrite         with --output-dir, replace outputs that exist (else they
                       are skipped)
+  --format FORMAT     with --output-dir: png, jpg, webp or tif [png]
+  --quality Q         JPEG and WebP quality, 1 to 100 [92]
+  --lossless          WebP without loss
+  --depth 16          16 bits a channel: PNG for further editing (TIFF always is)
   --size N            side in pixels, 64 to 16384 [2048]
   --look FILE         a look saved by the window (.velmora-look): its settings
                       and layers are applied first, every option below
@@ -600,8 +667,8 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     }
 
     if (batch)
-        return runBatch({r.inputs, r.outputDir, r.size, r.overwrite}, *renderer, library, *look,
-                        err, ::isatty(STDERR_FILENO) == 1);
+        return runBatch({r.inputs, r.outputDir, r.size, r.overwrite, r.encoding}, *renderer,
+                        library, *look, err, ::isatty(STDERR_FILENO) == 1);
 
     QStringList warnings;
     const Result<render::Image> source = decodeImageFile(input, &warnings);
@@ -623,7 +690,8 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
             return fail(QStringLiteral("standard output: %1").arg(written.message()), failure);
         return success;
     }
-    if (const Status written = render::writePngFile(*planet, square, r.output); !written)
+    if (const Status written = render::writeOutputFile(*planet, square, r.output, r.encoding);
+        !written)
         return fail(written.message(), failure);
     return success;
 }

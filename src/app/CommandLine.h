@@ -5,6 +5,7 @@
 #include "model/Look.h"
 #include "model/Preset.h"
 #include "model/Settings.h"
+#include "render/OutputFile.h"
 #include "render/Result.h"
 
 #include <QList>
@@ -47,6 +48,9 @@ struct RenderOptions {
     QString outputDir;
     /// --overwrite: a batch replaces outputs that exist instead of skipping them.
     bool overwrite = false;
+    /// The file format: from the output's suffix (PNG when it names none), or from
+    /// --format for a batch; --depth 16, --lossless and --quality refine it.
+    render::OutputEncoding encoding;
     int size = 2048;
     QString lookFile; ///< --look: a saved look applied before the other options
     std::optional<Preset> preset;

@@ -49,16 +49,16 @@ Result<QImage> OutputSnapshot::render(render::RenderProgress* progress) const {
     return renderer.renderPixels(planet, side, progress);
 }
 
-Status OutputSnapshot::writePNG(const QString& path, render::RenderProgress* progress) const {
-    // Rendered strip by strip into the file: no whole picture is held at any size.
-    return render::writePngFile(planet, QRect(0, 0, side, side), path, progress);
+Status OutputSnapshot::write(const QString& path, const render::OutputEncoding& encoding,
+                             render::RenderProgress* progress) const {
+    return render::writeOutputFile(planet, QRect(0, 0, side, side), path, encoding, progress);
 }
 
 Status exportPNG(PlanetModel& model, const QString& path) {
     const Result<OutputSnapshot> snapshot = snapshotOutput(model);
     if (!snapshot)
         return Failure{QStringLiteral("%1: %2").arg(path, snapshot.message())};
-    return snapshot->writePNG(path);
+    return snapshot->write(path);
 }
 
 Status copyToClipboard(PlanetModel& model) {

@@ -2,6 +2,7 @@
 
 #include "model/PlanetRenderer.h"
 #include "render/Image.h"
+#include "render/OutputFile.h"
 #include "render/RenderContext.h"
 #include "render/Result.h"
 
@@ -33,14 +34,16 @@ struct OutputSnapshot {
 
     /// The pixels, straight 8-bit RGBA; any thread.
     Result<QImage> render(render::RenderProgress* progress = nullptr) const;
-    /// Renders and writes an 8-bit RGBA PNG tagged sRGB, atomically: a failure leaves
-    /// no partial file and any existing file intact. Any thread.
-    Status writePNG(const QString& path, render::RenderProgress* progress = nullptr) const;
+    /// Renders and writes the file in the encoding's format (by default an 8-bit RGBA
+    /// PNG tagged sRGB), atomically: a failure leaves no partial file and any
+    /// existing file intact. Any thread.
+    Status write(const QString& path, const render::OutputEncoding& encoding = {},
+                 render::RenderProgress* progress = nullptr) const;
 };
 /// Main thread; fails when there is no picture or the look cannot be rendered.
 Result<OutputSnapshot> snapshotOutput(PlanetModel& model);
 
-/// Renders at the output size and writes the PNG (snapshotOutput, then writePNG).
+/// Renders at the output size and writes the PNG (snapshotOutput, then write).
 Status exportPNG(PlanetModel& model, const QString& path);
 /// Renders at the output size and puts the picture on the clipboard as PNG and TIFF.
 Status copyToClipboard(PlanetModel& model);

@@ -360,9 +360,20 @@ void ContentView::applyLook() {
 
 QString ContentView::defaultExportFile(const QString& suggestedName) {
     const QString folder = m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder;
-    return QFileDialog::getSaveFileName(this, QStringLiteral("Export"),
-                                        QDir(folder).filePath(suggestedName),
-                                        QStringLiteral("PNG image (*.png)"));
+    // PNG first, as the default; a name typed without a suffix takes the chosen one.
+    static const QStringList filters{QStringLiteral("PNG image (*.png)"),
+                                     QStringLiteral("JPEG image (*.jpg *.jpeg)"),
+                                     QStringLiteral("WebP image (*.webp)"),
+                                     QStringLiteral("TIFF image, 16 bits (*.tif *.tiff)")};
+    static const QStringList suffixes{QStringLiteral("png"), QStringLiteral("jpg"),
+                                      QStringLiteral("webp"), QStringLiteral("tif")};
+    QString chosen = filters.front();
+    QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Export"),
+                                                QDir(folder).filePath(suggestedName),
+                                                filters.join(QStringLiteral(";;")), &chosen);
+    if (!path.isEmpty() && !render::outputFormatForSuffix(QFileInfo(path).suffix()))
+        path += QLatin1Char('.') + suffixes.value(filters.indexOf(chosen), suffixes.front());
+    return path;
 }
 
 void ContentView::exportImage() {
@@ -371,8 +382,13 @@ void ContentView::exportImage() {
     QString path = chooseExportFile(defaultExportFileName(*m_model));
     if (path.isEmpty())
         return;
-    if (QFileInfo(path).suffix().compare(QLatin1String("png"), Qt::CaseInsensitive) != 0)
+    // The suffix chooses the format; anything else is a PNG, as the default.
+    std::optional<render::OutputFormat> format =
+        render::outputFormatForSuffix(QFileInfo(path).suffix());
+    if (!format) {
         path += QStringLiteral(".png");
+        format = render::OutputFormat::png;
+    }
     m_lastFolder = QFileInfo(path).absolutePath();
     // The planet as it is now; the window stays free while it renders and writes.
     const Result<OutputSnapshot> snapshot = snapshotOutput(*m_model);
@@ -381,9 +397,9 @@ void ContentView::exportImage() {
         return;
     }
     m_output->start(
-        [planet = *snapshot, path](render::RenderProgress& progress) {
+        [planet = *snapshot, path, format](render::RenderProgress& progress) {
             // Written whole or not at all; an existing file survives a failure.
-            return planet.writePNG(path, &progress);
+            return planet.write(path, {*format}, &progress);
         },
         [this](const Status& written) {
             if (!written)

@@ -492,6 +492,56 @@ TEST_F(CommandLineRun, BatchesGoOnPastABrokenPictureAndSkipWhatExists) {
     EXPECT_TRUE(two.err.contains(QStringLiteral("render takes one picture"))) << two.err;
 }
 
+// The output's suffix chooses the format (--format for a batch); options that do
+// not fit the format are usage errors.
+TEST_F(CommandLineRun, TheSuffixChoosesTheFormat) {
+    const auto formatOf = [](const QString& path) {
+        QImageReader reader(path);
+        reader.setDecideFormatFromContent(true);
+        const QByteArray format = reader.format();
+        return std::make_pair(format, reader.read().depth());
+    };
+    const QStringList small{QStringLiteral("--size"), QStringLiteral("64")};
+    const QString jpeg = files.file(QStringLiteral("p.jpg"));
+    ASSERT_EQ(runProgram(render(QStringList{picture, QStringLiteral("-o"), jpeg,
+                                            QStringLiteral("--quality"), QStringLiteral("60")} +
+                                small))
+                  .status,
+              0);
+    EXPECT_EQ(formatOf(jpeg).first, QByteArray("jpeg"));
+    const QString tiff = files.file(QStringLiteral("p.tif"));
+    ASSERT_EQ(runProgram(render(QStringList{picture, QStringLiteral("-o"), tiff} + small)).status,
+              0);
+    EXPECT_EQ(formatOf(tiff), std::make_pair(QByteArray("tiff"), 64));
+    const QString deep = files.file(QStringLiteral("p.png"));
+    ASSERT_EQ(runProgram(render(QStringList{picture, QStringLiteral("-o"), deep,
+                                            QStringLiteral("--depth"), QStringLiteral("16")} +
+                                small))
+                  .status,
+              0);
+    EXPECT_EQ(formatOf(deep), std::make_pair(QByteArray("png"), 64));
+
+    const QString out = files.file(QStringLiteral("webps"));
+    const Outcome batch = runProgram(
+        render(QStringList{picture, QStringLiteral("--output-dir"), out, QStringLiteral("--format"),
+                           QStringLiteral("webp"), QStringLiteral("--lossless")} +
+               small));
+    ASSERT_EQ(batch.status, 0) << batch.err;
+    EXPECT_EQ(formatOf(out + QStringLiteral("/pano.webp")).first, QByteArray("webp"));
+
+    for (const QStringList& wrong :
+         {QStringList{QStringLiteral("-o"), deep, QStringLiteral("--lossless")},
+          QStringList{QStringLiteral("-o"), jpeg, QStringLiteral("--depth"), QStringLiteral("16")},
+          QStringList{QStringLiteral("-o"), jpeg, QStringLiteral("--quality"), QStringLiteral("0")},
+          QStringList{QStringLiteral("-o"), deep, QStringLiteral("--format"),
+                      QStringLiteral("jpg")},
+          QStringList{QStringLiteral("-o"), tiff, QStringLiteral("--depth"),
+                      QStringLiteral("8")}}) {
+        const Outcome refused = runProgram(render(QStringList{picture} + wrong));
+        EXPECT_EQ(refused.status, 2) << wrong.join(QLatin1Char(' ')).toStdString();
+    }
+}
+
 // Only a file or a new path is written: renaming over a device or a pipe would put
 // a plain file in its place. "-" is standard output.
 TEST_F(CommandLineRun, DevicesArePassedOverAndADashIsStandardOutput) {

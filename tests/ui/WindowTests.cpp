@@ -27,6 +27,7 @@
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
+#include <QImageReader>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -404,6 +405,16 @@ TEST_F(WindowTest, ImportAndExportGoThroughTheirDialogs) {
     settle();
     EXPECT_EQ(suggested, QStringLiteral("beach-velmora.png"));
     EXPECT_TRUE(QFileInfo::exists(out + QStringLiteral(".png"))); // the PNG suffix is added
+
+    // Another known suffix chooses its format.
+    const QString jpeg = out + QStringLiteral(".jpg");
+    view().chooseExportFile = [&](const QString&) { return jpeg; };
+    QTest::mouseClick(view().header()->exportButton(), Qt::LeftButton);
+    settle();
+    QImageReader written(jpeg);
+    written.setDecideFormatFromContent(true);
+    EXPECT_EQ(written.format(), QByteArray("jpeg"));
+    EXPECT_EQ(written.size(), QSize(2048, 2048));
 
     view().chooseImageFile = [] { return QString(); }; // cancelled: nothing happens
     QTest::mouseClick(view().header()->importButton(), Qt::LeftButton);

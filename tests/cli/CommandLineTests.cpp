@@ -502,23 +502,20 @@ TEST_F(CommandLineRun, TheSuffixChoosesTheFormat) {
         return std::make_pair(format, reader.read().depth());
     };
     const QStringList small{QStringLiteral("--size"), QStringLiteral("64")};
-    const QString jpeg = files.file(QStringLiteral("p.jpg"));
-    ASSERT_EQ(runProgram(render(QStringList{picture, QStringLiteral("-o"), jpeg,
-                                            QStringLiteral("--quality"), QStringLiteral("60")} +
-                                small))
-                  .status,
-              0);
+    const auto renderTo = [&](const QString& name, const QStringList& extra) {
+        const QString path = files.file(name);
+        const Outcome run =
+            runProgram(render(QStringList{picture, QStringLiteral("-o"), path} + extra + small));
+        EXPECT_EQ(run.status, 0) << run.err.toStdString();
+        return path;
+    };
+    const QString jpeg =
+        renderTo(QStringLiteral("p.jpg"), {QStringLiteral("--quality"), QStringLiteral("60")});
     EXPECT_EQ(formatOf(jpeg).first, QByteArray("jpeg"));
-    const QString tiff = files.file(QStringLiteral("p.tif"));
-    ASSERT_EQ(runProgram(render(QStringList{picture, QStringLiteral("-o"), tiff} + small)).status,
-              0);
+    const QString tiff = renderTo(QStringLiteral("p.tif"), {});
     EXPECT_EQ(formatOf(tiff), std::make_pair(QByteArray("tiff"), 64));
-    const QString deep = files.file(QStringLiteral("p.png"));
-    ASSERT_EQ(runProgram(render(QStringList{picture, QStringLiteral("-o"), deep,
-                                            QStringLiteral("--depth"), QStringLiteral("16")} +
-                                small))
-                  .status,
-              0);
+    const QString deep =
+        renderTo(QStringLiteral("p.png"), {QStringLiteral("--depth"), QStringLiteral("16")});
     EXPECT_EQ(formatOf(deep), std::make_pair(QByteArray("png"), 64));
 
     const QString out = files.file(QStringLiteral("webps"));

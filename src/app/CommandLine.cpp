@@ -245,6 +245,8 @@ Invocation parseRender(ArgumentReader& reader) {
             return withError(inv, QStringLiteral("--quality is for JPEG and lossy WebP"));
         encoding.quality = *quality;
     }
+    if (r.output == QLatin1String("-") && encoding.format != OutputFormat::png)
+        return withError(inv, QStringLiteral("-o - writes an 8-bit PNG"));
 
     if (!r.outputDir.isEmpty()) {
         if (sawOutput)

@@ -9,6 +9,7 @@
 #include <QStringList>
 
 #include <cstdio>
+#include <optional>
 
 namespace velmora {
 

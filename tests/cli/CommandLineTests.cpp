@@ -532,8 +532,9 @@ TEST_F(CommandLineRun, TheSuffixChoosesTheFormat) {
           QStringList{QStringLiteral("-o"), jpeg, QStringLiteral("--quality"), QStringLiteral("0")},
           QStringList{QStringLiteral("-o"), deep, QStringLiteral("--format"),
                       QStringLiteral("jpg")},
-          QStringList{QStringLiteral("-o"), tiff, QStringLiteral("--depth"),
-                      QStringLiteral("8")}}) {
+          QStringList{QStringLiteral("-o"), tiff, QStringLiteral("--depth"), QStringLiteral("8")},
+          QStringList{QStringLiteral("-o"), QStringLiteral("-"), QStringLiteral("--depth"),
+                      QStringLiteral("16")}}) {
         const Outcome refused = runProgram(render(QStringList{picture} + wrong));
         EXPECT_EQ(refused.status, 2) << wrong.join(QLatin1Char(' ')).toStdString();
     }

@@ -2,6 +2,7 @@
 
 #include "model/ImageDecoding.h"
 #include "model/PlanetRenderer.h"
+#include "model/SourceMetadata.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -31,6 +32,7 @@ struct Job {
     bool skipped = false;
     std::optional<render::Image> source;
     std::optional<render::Image> planet;
+    QByteArray exif;
     QStringList warnings;
 };
 // Shared, as the pipeline's stages pass their items by value.
@@ -167,6 +169,11 @@ int runBatch(const Batch& batch, const PlanetRenderer& renderer, LayerLibrary& l
     QStringList failed;
     qsizetype next = 0;
     const QRect square(0, 0, batch.side, batch.side);
+    const auto encodingFor = [&batch](const Job& job) {
+        render::OutputEncoding encoding = batch.encoding;
+        encoding.exif = job.exif;
+        return encoding;
+    };
 
     // Serial where the library's caches are touched (building the recipe), parallel
     // where pictures are decoded and rendered.
@@ -193,8 +200,10 @@ int runBatch(const Batch& batch, const PlanetRenderer& renderer, LayerLibrary& l
             Result<render::Image> source = decodeImageFile(job->input, &job->warnings);
             if (!source)
                 job->failure = source.message();
-            else
+            else {
                 job->source = std::move(source).value();
+                job->exif = carriedExif(job->input);
+            }
             return job;
         }) & tbb::make_filter<JobPtr, JobPtr>(tbb::filter_mode::serial_in_order, [&](JobPtr job) {
             if (!job->source)
@@ -209,7 +218,7 @@ int runBatch(const Batch& batch, const PlanetRenderer& renderer, LayerLibrary& l
             if (!job->planet)
                 return job;
             const Status written =
-                render::writeOutputFile(*job->planet, square, job->output, batch.encoding);
+                render::writeOutputFile(*job->planet, square, job->output, encodingFor(*job));
             if (!written)
                 job->failure = written.message();
             job->planet.reset();

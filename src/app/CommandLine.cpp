@@ -7,6 +7,7 @@
 #include "model/LookFile.h"
 #include "model/PlanetRenderer.h"
 #include "model/Resources.h"
+#include "model/SourceMetadata.h"
 #include "render/PngWriter.h"
 
 #include <QDir>
@@ -692,7 +693,9 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
             return fail(QStringLiteral("standard output: %1").arg(written.message()), failure);
         return success;
     }
-    if (const Status written = render::writeOutputFile(*planet, square, r.output, r.encoding);
+    render::OutputEncoding encoding = r.encoding;
+    encoding.exif = carriedExif(input);
+    if (const Status written = render::writeOutputFile(*planet, square, r.output, encoding);
         !written)
         return fail(written.message(), failure);
     return success;

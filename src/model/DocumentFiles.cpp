@@ -3,6 +3,7 @@
 #include "model/Clipboard.h"
 #include "model/ImageDecoding.h"
 #include "model/PlanetModel.h"
+#include "model/SourceMetadata.h"
 #include "render/PngWriter.h"
 
 #include <QFileInfo>
@@ -14,6 +15,7 @@ Status loadImageFile(PlanetModel& model, const QString& path, QStringList* warni
     if (!decoded)
         return decoded.failure();
     model.loadImage(*decoded, QFileInfo(path).completeBaseName());
+    model.setSourceExif(carriedExif(path));
     return {};
 }
 
@@ -42,7 +44,7 @@ Result<OutputSnapshot> snapshotOutput(PlanetModel& model) {
         model.renderer().planet(model.look(), model.sourceImage(), model.library(), side);
     if (!planet)
         return planet.failure();
-    return OutputSnapshot{model.renderer(), std::move(planet).value(), side};
+    return OutputSnapshot{model.renderer(), std::move(planet).value(), side, model.sourceExif()};
 }
 
 Result<QImage> OutputSnapshot::render(render::RenderProgress* progress) const {
@@ -51,7 +53,10 @@ Result<QImage> OutputSnapshot::render(render::RenderProgress* progress) const {
 
 Status OutputSnapshot::write(const QString& path, const render::OutputEncoding& encoding,
                              render::RenderProgress* progress) const {
-    return render::writeOutputFile(planet, QRect(0, 0, side, side), path, encoding, progress);
+    render::OutputEncoding carrying = encoding;
+    if (carrying.exif.isEmpty())
+        carrying.exif = exif;
+    return render::writeOutputFile(planet, QRect(0, 0, side, side), path, carrying, progress);
 }
 
 Status exportPNG(PlanetModel& model, const QString& path) {

@@ -31,6 +31,8 @@ struct OutputSnapshot {
     PlanetRenderer renderer;
     render::Image planet;
     int side = 0;
+    /// The source's capture date and camera, carried by formats that can.
+    QByteArray exif;
 
     /// The pixels, straight 8-bit RGBA; any thread.
     Result<QImage> render(render::RenderProgress* progress = nullptr) const;

@@ -295,6 +295,7 @@ void PlanetModel::loadImage(const render::Image& image, const QString& name) {
     m_sourceImage = image;
     m_hasSource = true;
     m_sourceName = name;
+    m_sourceExif.clear();
     Q_EMIT sourceNameChanged();
     setLayers({});
     setSelectedLayerID(QUuid());

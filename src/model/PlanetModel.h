@@ -58,6 +58,10 @@ public:
 
     // Document
     QString sourceName() const { return m_sourceName; }
+    /// The source's capture date and camera as outputs carry them (SourceMetadata.h);
+    /// empty for a pasted picture or one without them.
+    const QByteArray& sourceExif() const { return m_sourceExif; }
+    void setSourceExif(const QByteArray& exif) { m_sourceExif = exif; }
     /// The latest 1100 x 1100 render without layers; null when there is none.
     QImage previewImage() const { return m_previewImage; }
     bool hasSource() const { return m_hasSource; }
@@ -150,8 +154,9 @@ public:
     bool isDrafting() const { return m_drafting; }
 
     // Intake and output
-    /// Installs a new picture and starts a fresh document: layers, selection and
-    /// history are emptied, settings stay, then the preview is rendered.
+    /// Installs a new picture and starts a fresh document: layers, selection,
+    /// history and the source's metadata are emptied, settings stay, then the preview
+    /// is rendered.
     void loadImage(const render::Image& image, const QString& name);
 
 Q_SIGNALS:
@@ -187,6 +192,7 @@ private:
     std::unique_ptr<LayerLibrary> m_library;
     render::Image m_sourceImage;
     QString m_sourceName;
+    QByteArray m_sourceExif;
     QImage m_previewImage;
     bool m_hasSource = false;
 

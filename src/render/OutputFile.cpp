@@ -2,10 +2,12 @@
 
 #include "render/PngWriter.h"
 
+#include <QByteArray>
 #include <QImageWriter>
 #include <QSaveFile>
 
 #include <webp/encode.h>
+#include <webp/mux.h>
 
 #include <algorithm>
 #include <csetjmp>
@@ -41,6 +43,7 @@ struct JpegEncoder {
     unsigned long size = 0;
     // The strip being encoded lives here, not in a local the jump would skip.
     QImage strip;
+    QByteArray marker;
 
     static void errorExit(j_common_ptr common) {
         auto* encoder = static_cast<JpegEncoder*>(common->client_data);
@@ -66,7 +69,7 @@ struct JpegEncoder {
 // Strips of rows are rendered and handed to the encoder in turn: memory beyond the
 // recipe is one strip and the compressed file.
 Status writeJpeg(const Image& image, const QRect& area, const QString& path, int quality,
-                 RenderProgress* progress) {
+                 const QByteArray& exif, RenderProgress* progress) {
     const auto encoder = std::make_unique<JpegEncoder>();
     JpegEncoder* const e = encoder.get();
     if (setjmp(e->failed))
@@ -82,6 +85,13 @@ Status writeJpeg(const Image& image, const QRect& area, const QString& path, int
     jpeg_set_quality(&e->info, std::clamp(quality, 1, 100), TRUE);
     e->info.optimize_coding = TRUE;
     jpeg_start_compress(&e->info, TRUE);
+    // APP1 holds "Exif\0\0" and the TIFF structure, in one marker of at most 64 KiB.
+    if (!exif.isEmpty() && exif.size() + 6 <= 65533) {
+        e->marker = QByteArray("Exif\0\0", 6) + exif;
+        jpeg_write_marker(&e->info, JPEG_APP0 + 1,
+                          reinterpret_cast<const JOCTET*>(e->marker.constData()),
+                          static_cast<unsigned int>(e->marker.size()));
+    }
 
     const int strips = (area.height() + jpegStripRows - 1) / jpegStripRows;
     if (progress)
@@ -108,7 +118,7 @@ Status writeJpeg(const Image& image, const QRect& area, const QString& path, int
 }
 
 Status writeWebp(const Image& image, const QRect& area, const QString& path, bool lossless,
-                 int quality, RenderProgress* progress) {
+                 int quality, const QByteArray& exif, RenderProgress* progress) {
     if (area.width() > maxWebpSide || area.height() > maxWebpSide)
         return Failure{QStringLiteral("%1: WebP holds at most %2 pixels a side, not %3")
                            .arg(path)
@@ -128,7 +138,22 @@ Status writeWebp(const Image& image, const QRect& area, const QString& path, boo
     const std::unique_ptr<uint8_t, void (*)(void*)> owned(output, &WebPFree);
     if (size == 0)
         return Failure{QStringLiteral("%1: cannot encode the WebP picture").arg(path)};
-    return saveBytes(path, reinterpret_cast<const char*>(output), static_cast<qint64>(size));
+    if (exif.isEmpty())
+        return saveBytes(path, reinterpret_cast<const char*>(output), static_cast<qint64>(size));
+    // The metadata goes in an EXIF chunk beside the picture.
+    const std::unique_ptr<WebPMux, void (*)(WebPMux*)> mux(WebPMuxNew(), &WebPMuxDelete);
+    const WebPData picture{output, size};
+    const WebPData chunk{reinterpret_cast<const uint8_t*>(exif.constData()),
+                         static_cast<size_t>(exif.size())};
+    WebPData assembled{};
+    if (!mux || WebPMuxSetImage(mux.get(), &picture, 1) != WEBP_MUX_OK ||
+        WebPMuxSetChunk(mux.get(), "EXIF", &chunk, 1) != WEBP_MUX_OK ||
+        WebPMuxAssemble(mux.get(), &assembled) != WEBP_MUX_OK)
+        return Failure{QStringLiteral("%1: cannot add the metadata to the WebP picture").arg(path)};
+    const Status saved = saveBytes(path, reinterpret_cast<const char*>(assembled.bytes),
+                                   static_cast<qint64>(assembled.size));
+    WebPDataClear(&assembled);
+    return saved;
 }
 
 // The 16-bit formats go through Qt's writers (libpng, libtiff): files for further
@@ -188,16 +213,19 @@ Status writeOutputFile(const Image& image, const QRect& area, const QString& pat
     if (area.isEmpty())
         return Failure{QStringLiteral("%1: nothing to write").arg(path)};
     switch (encoding.format) {
-    case OutputFormat::png:
-        return writePngFile(image, area, path, progress);
+    case OutputFormat::png: {
+        PngEncoding png;
+        png.exif = encoding.exif;
+        return writePngFile(image, area, path, progress, png);
+    }
     case OutputFormat::png16:
         return writeDeep(image, area, path, "png", progress);
     case OutputFormat::jpeg:
-        return writeJpeg(image, area, path, encoding.quality, progress);
+        return writeJpeg(image, area, path, encoding.quality, encoding.exif, progress);
     case OutputFormat::webp:
     case OutputFormat::webpLossless:
         return writeWebp(image, area, path, encoding.format == OutputFormat::webpLossless,
-                         encoding.quality, progress);
+                         encoding.quality, encoding.exif, progress);
     case OutputFormat::tiff16:
         return writeDeep(image, area, path, "tiff", progress);
     }

@@ -25,6 +25,9 @@ struct OutputEncoding {
     OutputFormat format = OutputFormat::png;
     /// JPEG and lossy WebP.
     int quality = 92;
+    /// EXIF to carry (a TIFF structure); PNG, JPEG and WebP hold it, the 16-bit
+    /// formats (written by Qt) do not.
+    QByteArray exif{};
 };
 
 /// WebP cannot hold a side longer than this.

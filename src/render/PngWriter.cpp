@@ -248,7 +248,7 @@ void deflateStrip(Strip& strip, int level, bool last) {
     strip.compressed.resize(produced);
 }
 
-void writeHeader(ChunkWriter& out, int width, int height) {
+void writeHeader(ChunkWriter& out, int width, int height, const QByteArray& exif) {
     static const uchar signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1a, '\n'};
     out.write(signature, sizeof signature);
 
@@ -273,6 +273,9 @@ void writeHeader(ChunkWriter& out, int width, int height) {
     for (int i = 0; i < 8; ++i)
         qToBigEndian<quint32>(chrmValues[i], chrm + 4 * i);
     out.chunk("cHRM", chrm, sizeof chrm);
+    if (!exif.isEmpty())
+        out.chunk("eXIf", reinterpret_cast<const uchar*>(exif.constData()),
+                  static_cast<size_t>(exif.size()));
 }
 
 } // namespace
@@ -301,7 +304,7 @@ Status writeRows(const RowSource& source, QIODevice& device, const PngEncoding& 
     const std::vector<uchar> zeroRow(static_cast<size_t>(rowBytes), 0);
 
     ChunkWriter out(device);
-    writeHeader(out, width, height);
+    writeHeader(out, width, height, encoding.exif);
 
     // The zlib stream: a header, the strips' deflate data, the Adler-32 of everything.
     const uchar zlibHeader[2] = {0x78, 0x01};

@@ -24,6 +24,8 @@ struct PngEncoding {
     int level = 2;
     /// Rows compressed together; strips are compressed in parallel.
     int rowsPerStrip = 64;
+    /// EXIF data (a TIFF structure, as in an eXIf chunk) to carry; none when empty.
+    QByteArray exif{};
 };
 
 /// Writes `image` as an 8-bit RGBA PNG tagged sRGB (sRGB chunk, with gAMA and cHRM

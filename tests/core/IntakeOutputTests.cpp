@@ -321,7 +321,7 @@ TEST_F(IntakeTest, StripRenderedExportsAreByteForByteTheWholePicture) {
     model->setSetting(Setting::gamma, 1.3);
     const PlanetRenderer& renderer = model->renderer();
     for (const int side : {700, 129, 64}) {
-        for (const render::PngEncoding encoding :
+        for (const render::PngEncoding& encoding :
              {render::PngEncoding{}, render::PngEncoding{render::PngEncoding::Filter::paeth, 1, 7},
               render::PngEncoding{render::PngEncoding::Filter::adaptive, 3, 1}}) {
             const QImage whole =

@@ -169,70 +169,75 @@ int runBatch(const Batch& batch, const PlanetRenderer& renderer, LayerLibrary& l
     QStringList failed;
     qsizetype next = 0;
     const QRect square(0, 0, batch.side, batch.side);
-    const auto encodingFor = [&batch](const Job& job) {
-        render::OutputEncoding encoding = batch.encoding;
-        encoding.exif = job.exif;
-        return encoding;
-    };
 
+    const auto take = [&](tbb::flow_control& control) -> JobPtr {
+        if (next >= inputs.size()) {
+            control.stop();
+            return nullptr;
+        }
+        auto job = std::make_shared<Job>();
+        job->input = inputs[next];
+        job->output = outputs[next];
+        ++next;
+        job->skipped = !batch.overwrite && QFileInfo::exists(job->output);
+        if (!job->skipped)
+            progress.starting(job->input);
+        return job;
+    };
+    const auto decode = [](JobPtr job) {
+        if (job->skipped)
+            return job;
+        Result<render::Image> source = decodeImageFile(job->input, &job->warnings);
+        if (!source) {
+            job->failure = source.message();
+            return job;
+        }
+        job->source = std::move(source).value();
+        job->exif = carriedExif(job->input);
+        return job;
+    };
+    const auto build = [&](JobPtr job) {
+        if (!job->source)
+            return job;
+        Result<render::Image> planet = renderer.planet(look, *job->source, library, batch.side);
+        if (!planet)
+            job->failure = QStringLiteral("%1: %2").arg(job->input, planet.message());
+        else
+            job->planet = std::move(planet).value();
+        return job;
+    };
+    const auto write = [&](JobPtr job) {
+        if (!job->planet)
+            return job;
+        render::OutputEncoding encoding = batch.encoding;
+        encoding.exif = job->exif;
+        if (const Status written =
+                render::writeOutputFile(*job->planet, square, job->output, encoding);
+            !written)
+            job->failure = written.message();
+        job->planet.reset();
+        job->source.reset();
+        return job;
+    };
+    const auto report = [&](JobPtr job) {
+        if (!job->failure.isEmpty())
+            failed.append(QFileInfo(job->input).fileName());
+        else if (job->skipped)
+            ++skipped;
+        else
+            ++rendered;
+        progress.finished(*job);
+    };
     // Serial where the library's caches are touched (building the recipe), parallel
     // where pictures are decoded and rendered.
+    using tbb::filter_mode;
     tbb::parallel_pipeline(
         picturesInFlight,
-        tbb::make_filter<
-            void,
-            JobPtr>(tbb::filter_mode::serial_in_order, [&](tbb::flow_control& control) -> JobPtr {
-            if (next >= inputs.size()) {
-                control.stop();
-                return nullptr;
-            }
-            auto job = std::make_shared<Job>();
-            job->input = inputs[next];
-            job->output = outputs[next];
-            ++next;
-            job->skipped = !batch.overwrite && QFileInfo::exists(job->output);
-            if (!job->skipped)
-                progress.starting(job->input);
-            return job;
-        }) & tbb::make_filter<JobPtr, JobPtr>(tbb::filter_mode::parallel, [](JobPtr job) {
-            if (job->skipped)
-                return job;
-            Result<render::Image> source = decodeImageFile(job->input, &job->warnings);
-            if (!source)
-                job->failure = source.message();
-            else {
-                job->source = std::move(source).value();
-                job->exif = carriedExif(job->input);
-            }
-            return job;
-        }) & tbb::make_filter<JobPtr, JobPtr>(tbb::filter_mode::serial_in_order, [&](JobPtr job) {
-            if (!job->source)
-                return job;
-            Result<render::Image> planet = renderer.planet(look, *job->source, library, batch.side);
-            if (!planet)
-                job->failure = QStringLiteral("%1: %2").arg(job->input, planet.message());
-            else
-                job->planet = std::move(planet).value();
-            return job;
-        }) & tbb::make_filter<JobPtr, JobPtr>(tbb::filter_mode::parallel, [&](JobPtr job) {
-            if (!job->planet)
-                return job;
-            const Status written =
-                render::writeOutputFile(*job->planet, square, job->output, encodingFor(*job));
-            if (!written)
-                job->failure = written.message();
-            job->planet.reset();
-            job->source.reset();
-            return job;
-        }) & tbb::make_filter<JobPtr, void>(tbb::filter_mode::serial_in_order, [&](JobPtr job) {
-            if (!job->failure.isEmpty())
-                failed.append(QFileInfo(job->input).fileName());
-            else if (job->skipped)
-                ++skipped;
-            else
-                ++rendered;
-            progress.finished(*job);
-        }));
+        tbb::make_filter<void, JobPtr>(filter_mode::serial_in_order, take) &
+            tbb::make_filter<JobPtr, JobPtr>(filter_mode::parallel, decode) &
+            tbb::make_filter<JobPtr, JobPtr>(filter_mode::serial_in_order, build) &
+            tbb::make_filter<JobPtr, JobPtr>(filter_mode::parallel, write) &
+            tbb::make_filter<JobPtr, void>(filter_mode::serial_in_order, report));
 
     progress.clearLine();
     err << "velmora: rendered " << rendered << " of " << inputs.size() << " pictures into "

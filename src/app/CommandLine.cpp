@@ -500,12 +500,13 @@ Usage:
 
 render turns IMAGE (by default the sample panorama that ships with Velmora)
 into a square tiny planet, by default a PNG, 8-bit RGBA, sRGB; the output's
-suffix chooses JPEG (.jpg), WebP (.webp) or 16-bit TIFF (.tif) instead. Settings are the window's, by
-the same names and in its units; the range and default each slider has are
-given in brackets, followed by the wider range the command line accepts.
+suffix chooses JPEG (.jpg), WebP (.webp) or 16-bit TIFF (.tif) instead.
+Settings are the window's, by the same names and in its units; the range and
+default each slider has are given in brackets, followed by the wider range the
+command line accepts.
 
-  -o, --output FILE   where to write the PNG (required); written whole or not at
-                      all; - writes it to standard output
+  -o, --output FILE   where to write the planet (required); written whole or not
+                      at all; - writes a PNG to standard output
   --output-dir DIR    render every IMAGE (files, or folders of pictures) into DIR
                       as NAME.png, instead of -o; a picture that fails is
                       named and the rest go on

@@ -679,7 +679,7 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     if (!source)
         return fail(source.message(), failure);
     for (const QString& warning : warnings)
-        std::fprintf(stderr, "velmora: warning: %s\n", qPrintable(warning));
+        err << "velmora: warning: " << warning << '\n';
     const Result<render::Image> planet = renderer->planet(*look, *source, library, r.size);
     if (!planet)
         return fail(QStringLiteral("%1: %2").arg(r.output, planet.message()), failure);

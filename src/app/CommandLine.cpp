@@ -72,10 +72,14 @@ Invocation withError(Invocation invocation, const QString& error) {
     return invocation;
 }
 
-Invocation parseRender(ArgumentReader& reader) {
+/// `render` and `animate` share their options; animate adds the motion's and takes
+/// the format from the output's suffix only.
+Invocation parseRender(ArgumentReader& reader, bool animate) {
     Invocation inv;
-    inv.command = Invocation::Command::render;
+    inv.command = animate ? Invocation::Command::animate : Invocation::Command::render;
     RenderOptions& r = inv.render;
+    AnimationSettings& a = inv.animation;
+    bool sawSize = false;
     bool sawOutput = false;
     bool optionsEnded = false;
     QString format;
@@ -123,14 +127,47 @@ Invocation parseRender(ArgumentReader& reader) {
                     inv,
                     QStringLiteral("--size: %1 is not a whole number from 64 to 16384").arg(*v));
             r.size = static_cast<int>(*n);
-        } else if (name == QLatin1String("--output-dir")) {
+            sawSize = true;
+        } else if (animate && name == QLatin1String("--motion")) {
+            const auto v = value();
+            if (!v)
+                return missing();
+            const std::optional<Motion> motion = motionByName(*v);
+            if (!motion)
+                return withError(
+                    inv, QStringLiteral("--motion: unknown motion '%1' (spin, intro)").arg(*v));
+            a.motion = *motion;
+        } else if (animate && name == QLatin1String("--duration")) {
+            const auto v = value();
+            if (!v)
+                return missing();
+            const auto n = finiteNumber(*v);
+            if (!n || *n < AnimationSettings::minDuration || *n > AnimationSettings::maxDuration)
+                return withError(inv, QStringLiteral("--duration: '%1' is not a number of seconds "
+                                                     "from %2 to %3")
+                                          .arg(*v)
+                                          .arg(AnimationSettings::minDuration)
+                                          .arg(AnimationSettings::maxDuration));
+            a.durationSeconds = *n;
+        } else if (animate && name == QLatin1String("--fps")) {
+            const auto v = value();
+            if (!v)
+                return missing();
+            const auto n = finiteNumber(*v);
+            if (!n || *n != std::floor(*n) || *n < 1 || *n > AnimationSettings::maxFps)
+                return withError(inv, QStringLiteral("--fps: '%1' is not a whole number from 1 "
+                                                     "to %2")
+                                          .arg(*v)
+                                          .arg(AnimationSettings::maxFps));
+            a.fps = static_cast<int>(*n);
+        } else if (!animate && name == QLatin1String("--output-dir")) {
             const auto v = value();
             if (!v || v->isEmpty())
                 return missing();
             r.outputDir = *v;
-        } else if (name == QLatin1String("--overwrite")) {
+        } else if (!animate && name == QLatin1String("--overwrite")) {
             r.overwrite = true;
-        } else if (name == QLatin1String("--format")) {
+        } else if (!animate && name == QLatin1String("--format")) {
             const auto v = value();
             if (!v || v->isEmpty())
                 return missing();
@@ -149,14 +186,14 @@ Invocation parseRender(ArgumentReader& reader) {
                     inv,
                     QStringLiteral("--quality: '%1' is not a whole number from 1 to 100").arg(*v));
             quality = static_cast<int>(*n);
-        } else if (name == QLatin1String("--depth")) {
+        } else if (!animate && name == QLatin1String("--depth")) {
             const auto v = value();
             if (!v)
                 return missing();
             if (*v != QLatin1String("8") && *v != QLatin1String("16"))
                 return withError(inv, QStringLiteral("--depth: '%1' is not 8 or 16").arg(*v));
             depth = v->toInt();
-        } else if (name == QLatin1String("--lossless")) {
+        } else if (!animate && name == QLatin1String("--lossless")) {
             lossless = true;
         } else if (name == QLatin1String("--look")) {
             const auto v = value();
@@ -216,6 +253,25 @@ Invocation parseRender(ArgumentReader& reader) {
             return withError(
                 inv, QStringLiteral("unknown option '%1' (velmora --help lists them)").arg(name));
         }
+    }
+    if (animate) {
+        if (!sawOutput)
+            return withError(inv, QStringLiteral("animate needs -o OUT.mp4 (or .webp, .gif)"));
+        if (r.inputs.size() > 1)
+            return withError(inv, QStringLiteral("animate takes one picture, but got '%1' and '%2'")
+                                      .arg(r.inputs[0], r.inputs[1]));
+        if (!render::animationFormatForSuffix(QFileInfo(r.output).suffix()))
+            return withError(
+                inv, QStringLiteral("-o: '%1' does not end in .mp4, .webp or .gif").arg(r.output));
+        a.side = sawSize ? r.size : a.side;
+        if (render::animationFormatForSuffix(QFileInfo(r.output).suffix()) ==
+                render::AnimationFormat::mp4 &&
+            a.side % 2 != 0)
+            return withError(
+                inv, QStringLiteral("--size: an MP4 video needs an even side, not %1").arg(a.side));
+        if (quality)
+            a.quality = *quality;
+        return inv;
     }
     // The format: --format for a batch, else the output's suffix; a name without a
     // known suffix (or standard output) is PNG, as it always was.
@@ -397,9 +453,9 @@ Invocation parse(const QStringList& arguments) {
     if (reader.atEnd())
         return inv;
     const QString first = arguments.front();
-    if (first == QLatin1String("render")) {
+    if (first == QLatin1String("render") || first == QLatin1String("animate")) {
         reader.next();
-        return parseRender(reader);
+        return parseRender(reader, first == QLatin1String("animate"));
     }
     if (first == QLatin1String("-h") || first == QLatin1String("--help") ||
         first == QLatin1String("help")) {
@@ -495,6 +551,7 @@ Usage:
   velmora [IMAGE]                          open the window; load IMAGE if given
   velmora render [IMAGE] -o OUT.png [options]
   velmora render IMAGE... --output-dir DIR [--overwrite] [options]
+  velmora animate [IMAGE] -o OUT.mp4 [--motion spin|intro] [options]
   velmora layers                           list the artwork catalogue
   velmora --help | --version
 
@@ -535,6 +592,18 @@ command line accepts.
                       the flag flip. For example
                       --layer "Glows/orb.png@0.5,0.2:scale=0.3,rotation=15"
   --resources DIR     use DIR as the resources folder (render and layers)
+
+animate renders a short loop of the planet moving and writes it by OUT's
+suffix: MP4 (H.264, .mp4), animated WebP (.webp) or GIF (.gif). It takes
+render's options (-o, --size, --look, --preset, every setting, --layer); the
+look they describe is where the motion ends. Its own:
+
+  --motion MOTION     spin (one turn clockwise, a seamless loop) or intro (the
+                      planet unrolls from a close, flat view, then holds) [spin]
+  --size N            side in pixels, 64 to 16384, even for MP4 [1080]
+  --duration SECONDS  0.5 to 60 [6]
+  --fps N             frames a second, 1 to 60 [30]
+  --quality Q         MP4 and WebP quality, 1 to 100 [80]; GIF ignores it
 
 layers prints one line per artwork, shipped then the user's own (from
 $XDG_DATA_HOME/velmora/Layers, ids starting with user/): its id, category and
@@ -613,8 +682,8 @@ Result<Look> lookFromOptions(const RenderOptions& options, LayerLibrary& library
     return look;
 }
 
-int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) {
-    (void)out;
+std::optional<int> prepareRender(const Invocation& invocation, QTextStream& err,
+                                 RenderSetup& setup) {
     const RenderOptions& r = invocation.render;
     const auto fail = [&](const QString& message, int status) {
         err << "velmora: " << message << '\n';
@@ -630,23 +699,24 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     const QString root = resourcesRoot();
 
     // Check the destination before spending seconds on a render.
-    const bool batch = !r.outputDir.isEmpty();
-    const bool toStandardOutput = r.output == QLatin1String("-");
-    if (!toStandardOutput && !batch) {
+    if (r.output != QLatin1String("-") && r.outputDir.isEmpty()) {
         if (const Status usable = checkOutputPath(r.output); !usable)
             return fail(usable.message(), failure);
     }
 
-    const QString input =
+    setup.input =
         r.inputs.isEmpty() ? root + QStringLiteral("/samples/panorama.jpg") : r.inputs.front();
-    if (r.inputs.isEmpty() && !QFileInfo(input).isFile())
-        return fail(QStringLiteral("no sample panorama at %1; give a picture to render").arg(input),
-                    failure);
+    if (r.inputs.isEmpty() && !QFileInfo(setup.input).isFile())
+        return fail(
+            QStringLiteral("no sample panorama at %1; give a picture to render").arg(setup.input),
+            failure);
 
-    const Result<PlanetRenderer> renderer = PlanetRenderer::load(root);
+    Result<PlanetRenderer> renderer = PlanetRenderer::load(root);
     if (!renderer)
         return fail(renderer.message(), failure);
-    LayerLibrary library(root, userArtworkFolder());
+    setup.renderer.emplace(std::move(renderer).value());
+    setup.library = std::make_unique<LayerLibrary>(root, userArtworkFolder());
+    LayerLibrary& library = *setup.library;
     Look base;
     if (!r.lookFile.isEmpty()) {
         const Result<LoadedLook> loaded = loadLookFile(r.lookFile, &library);
@@ -659,6 +729,7 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
     const Result<Look> look = lookFromOptions(r, library, base);
     if (!look)
         return fail(look.message(), usageError);
+    setup.look = *look;
 
     // A layer the user named is part of what was asked for: one that cannot be drawn
     // is a failure, not a quiet omission as in the window.
@@ -669,10 +740,30 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
                             .arg(library.asset(layer.assetID)->filePath(), layer.assetID),
                         failure);
     }
+    return std::nullopt;
+}
+
+int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) {
+    (void)out;
+    const RenderOptions& r = invocation.render;
+    const auto fail = [&](const QString& message, int status) {
+        err << "velmora: " << message << '\n';
+        err.flush();
+        return status;
+    };
+    RenderSetup setup;
+    if (const std::optional<int> failed = prepareRender(invocation, err, setup))
+        return *failed;
+    const PlanetRenderer& renderer = *setup.renderer;
+    LayerLibrary& library = *setup.library;
+    const Look& look = setup.look;
+    const QString& input = setup.input;
+    const bool batch = !r.outputDir.isEmpty();
+    const bool toStandardOutput = r.output == QLatin1String("-");
 
     if (batch)
-        return runBatch({r.inputs, r.outputDir, r.size, r.overwrite, r.encoding}, *renderer,
-                        library, *look, err, ::isatty(STDERR_FILENO) == 1);
+        return runBatch({r.inputs, r.outputDir, r.size, r.overwrite, r.encoding}, renderer, library,
+                        look, err, ::isatty(STDERR_FILENO) == 1);
 
     QStringList warnings;
     const Result<render::Image> source = decodeImageFile(input, &warnings);
@@ -680,7 +771,7 @@ int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err) 
         return fail(source.message(), failure);
     for (const QString& warning : warnings)
         err << "velmora: warning: " << warning << '\n';
-    const Result<render::Image> planet = renderer->planet(*look, *source, library, r.size);
+    const Result<render::Image> planet = renderer.planet(look, *source, library, r.size);
     if (!planet)
         return fail(QStringLiteral("%1: %2").arg(r.output, planet.message()), failure);
     // Rendered strip by strip as it is written: memory does not grow with the size.

@@ -1,8 +1,11 @@
 #pragma once
 
 #include "layers/LayerBlendMode.h"
+#include "layers/LayerLibrary.h"
 #include "layers/PlacedLayer.h"
+#include "model/Animation.h"
 #include "model/Look.h"
+#include "model/PlanetRenderer.h"
 #include "model/Preset.h"
 #include "model/Settings.h"
 #include "render/OutputFile.h"
@@ -14,10 +17,8 @@
 #include <QTextStream>
 
 #include <map>
+#include <memory>
 
-namespace velmora {
-class LayerLibrary;
-}
 #include <optional>
 
 namespace velmora::cli {
@@ -59,11 +60,14 @@ struct RenderOptions {
 };
 
 struct Invocation {
-    enum class Command { window, render, layers, help, version };
+    enum class Command { window, render, animate, layers, help, version };
     Command command = Command::window;
     QString image;     ///< for the window: a picture to open
     QString resources; ///< --resources DIR
+    /// render's options; animate takes them too (one input, -o, the look).
     RenderOptions render;
+    /// animate's own: motion, duration, rate, quality and side (--size, default 1080).
+    AnimationSettings animation;
     QString error; ///< a usage error, naming the option; empty when parsing succeeded
 };
 
@@ -99,9 +103,27 @@ Status checkOutputPath(const QString& path);
 Result<Look> lookFromOptions(const RenderOptions& options, LayerLibrary& library,
                              const Look& base = Look());
 
+/// What render and animate make ready before the first pixel.
+struct RenderSetup {
+    std::optional<PlanetRenderer> renderer;
+    std::unique_ptr<LayerLibrary> library;
+    /// The look file, then the options.
+    Look look;
+    /// The picture: the one given, or the sample.
+    QString input;
+};
+/// Loads the renderer, the library and the look, and checks the output and every
+/// layer's artwork; a failure is printed to `err` and its exit status returned.
+std::optional<int> prepareRender(const Invocation& invocation, QTextStream& err,
+                                 RenderSetup& setup);
+
 /// Runs `render`: the picture with its settings and layers to OUT. Messages go to
 /// `err`; nothing is written unless everything succeeds.
 int runRender(const Invocation& invocation, QTextStream& out, QTextStream& err);
+
+/// Runs `animate`: the picture's motion rendered frame by frame into OUT (MP4, WebP or
+/// GIF by its suffix), with a progress line on a terminal (`terminal`).
+int runAnimate(const Invocation& invocation, QTextStream& err, bool terminal);
 
 /// Runs `layers`: one line per asset, "id<TAB>category<TAB>name", in library order.
 int runLayers(const Invocation& invocation, QTextStream& out, QTextStream& err);

@@ -9,6 +9,7 @@
 #endif
 
 #include <cstdio>
+#include <unistd.h>
 
 using namespace velmora;
 
@@ -40,6 +41,10 @@ int main(int argc, char** argv) {
         // No window system needed: a core application is enough to decode and encode.
         QCoreApplication app(argc, argv);
         return cli::runRender(invocation, out, err);
+    }
+    case cli::Invocation::Command::animate: {
+        QCoreApplication app(argc, argv);
+        return cli::runAnimate(invocation, err, ::isatty(STDERR_FILENO) == 1);
     }
     case cli::Invocation::Command::layers: {
         QCoreApplication app(argc, argv);

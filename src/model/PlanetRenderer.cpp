@@ -61,10 +61,9 @@ render::Image PlanetRenderer::applyLook(const render::Image& projected, const Lo
     return image;
 }
 
-render::Image PlanetRenderer::compositeLayers(const render::Image& base,
-                                              const QList<PlacedLayer>& layers,
-                                              LayerLibrary& library, double side) {
-    std::vector<std::pair<render::Image, render::BlendOp>> placed;
+PlanetRenderer::LayerStack PlanetRenderer::placedLayers(const QList<PlacedLayer>& layers,
+                                                        LayerLibrary& library, double side) {
+    LayerStack placed;
     placed.reserve(static_cast<size_t>(layers.size()));
     for (const PlacedLayer& layer : layers) {
         // Outside [0, 1] an opacity means nothing: below 0 it would take light away.
@@ -84,18 +83,28 @@ render::Image PlanetRenderer::compositeLayers(const render::Image& base,
             image = image.alphaScaled(opacity);
         placed.emplace_back(std::move(image), blendOp(layer.blendMode));
     }
+    return placed;
+}
+
+render::Image PlanetRenderer::compositeLayers(const render::Image& base, const LayerStack& layers,
+                                              double side) {
     const QRectF square(0.0, 0.0, side, side);
-    if (placed.empty())
+    if (layers.empty())
         return base.cropped(square);
-    return render::Image::stacked(base, placed).cropped(square);
+    return render::Image::stacked(base, layers).cropped(square);
 }
 
 Result<render::Image> PlanetRenderer::planet(const Look& look, const render::Image& source,
                                              LayerLibrary& library, double side) const {
+    return planet(look, source, placedLayers(look.layers, library, side), side);
+}
+
+Result<render::Image> PlanetRenderer::planet(const Look& look, const render::Image& source,
+                                             const LayerStack& layers, double side) const {
     const std::optional<render::Image> projection = projected(look, source, side);
     if (!projection)
         return noPlanet();
-    return compositeLayers(applyLook(*projection, look), look.layers, library, side);
+    return compositeLayers(applyLook(*projection, look), layers, side);
 }
 
 Result<QImage> PlanetRenderer::render(const Look& look, const render::Image& source,

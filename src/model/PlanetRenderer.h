@@ -10,6 +10,9 @@
 #include <QList>
 #include <QString>
 
+#include <utility>
+#include <vector>
+
 namespace velmora {
 
 class LayerLibrary;
@@ -42,11 +45,20 @@ public:
     /// Gamma, contrast/saturation and vignette, each only where it differs from
     /// neutral by more than neutralTolerance.
     static render::Image applyLook(const render::Image& projected, const Look& look);
-    /// Draws `layers`, bottom first, over `base` and crops to the side x side square;
-    /// a layer whose artwork is missing or empty is left out.
-    static render::Image compositeLayers(const render::Image& base,
-                                         const QList<PlacedLayer>& layers, LayerLibrary& library,
+    /// The layers' artwork placed for a side x side square, bottom first, each with
+    /// its blend; a layer whose artwork is missing or empty, or that is fully
+    /// transparent, is left out. Reads the library; what it returns does not, so the
+    /// frames of an animation share one stack on any thread.
+    using LayerStack = std::vector<std::pair<render::Image, render::BlendOp>>;
+    static LayerStack placedLayers(const QList<PlacedLayer>& layers, LayerLibrary& library,
+                                   double side);
+    /// Draws `layers` over `base` and crops to the side x side square.
+    static render::Image compositeLayers(const render::Image& base, const LayerStack& layers,
                                          double side);
+
+    /// The planet as a recipe from a layer stack placed for the same side.
+    Result<render::Image> planet(const Look& look, const render::Image& source,
+                                 const LayerStack& layers, double side) const;
 
     /// The whole planet as a recipe: projection, grade and layers at `side`.
     Result<render::Image> planet(const Look& look, const render::Image& source,

@@ -16,6 +16,8 @@ namespace velmora::render {
 struct RenderProgress {
     std::atomic<int> done{0};
     std::atomic<int> total{0};
+    /// Set by whoever waits, to stop work that checks it (an animation between frames).
+    std::atomic<bool> cancelled{false};
 
     /// 0 before the render has counted its work, then the share done, up to 1.
     double fraction() const {

@@ -676,3 +676,83 @@ TEST_F(CommandLineRun, UsageErrorsExitTwoBeforeTouchingAnything) {
     }
     EXPECT_FALSE(QFile::exists(out));
 }
+
+// animate takes render's look options plus its own, with its own defaults, and takes
+// the format from the output's suffix only.
+TEST(CommandLineParsing, AnimateOptionsAndTheirLimits) {
+    const QString a = QStringLiteral("animate");
+    const QString o = QStringLiteral("-o");
+    const Invocation plain = cli::parse({a, o, QStringLiteral("spin.mp4")});
+    ASSERT_TRUE(plain.error.isEmpty()) << plain.error;
+    EXPECT_EQ(plain.command, Invocation::Command::animate);
+    EXPECT_EQ(plain.animation.motion, Motion::spin);
+    EXPECT_EQ(plain.animation.side, 1080);
+    EXPECT_EQ(plain.animation.durationSeconds, 6.0);
+    EXPECT_EQ(plain.animation.fps, 30);
+    EXPECT_FALSE(cli::needsDisplay({a, o, QStringLiteral("spin.mp4")}));
+
+    const Invocation full = cli::parse(
+        {a, QStringLiteral("pano.jpg"), o, QStringLiteral("intro.WEBP"),
+         QStringLiteral("--motion=intro"), QStringLiteral("--size"), QStringLiteral("501"),
+         QStringLiteral("--duration"), QStringLiteral("2.5"), QStringLiteral("--fps=24"),
+         QStringLiteral("--quality"), QStringLiteral("60"), QStringLiteral("--zoom=1.5"),
+         QStringLiteral("--preset"), QStringLiteral("spiral")});
+    ASSERT_TRUE(full.error.isEmpty()) << full.error;
+    EXPECT_EQ(full.animation.motion, Motion::intro);
+    EXPECT_EQ(full.animation.side, 501); // odd is fine for WebP
+    EXPECT_EQ(full.animation.durationSeconds, 2.5);
+    EXPECT_EQ(full.animation.fps, 24);
+    EXPECT_EQ(full.animation.quality, 60);
+    EXPECT_EQ(full.render.settings.at(Setting::zoom), 1.5);
+    EXPECT_EQ(full.render.inputs, QStringList{QStringLiteral("pano.jpg")});
+
+    const struct {
+        QStringList args;
+        const char* mentions;
+    } refused[] = {
+        {{a, o, QStringLiteral("spin.png")}, "spin.png"},
+        {{a, o, QStringLiteral("-")}, "-"},
+        {{a, QStringLiteral("pano.jpg")}, "-o"},
+        {{a, o, QStringLiteral("x.mp4"), QStringLiteral("--size=501")}, "even"},
+        {{a, o, QStringLiteral("x.gif"), QStringLiteral("--motion=wobble")}, "--motion"},
+        {{a, o, QStringLiteral("x.gif"), QStringLiteral("--duration=0.1")}, "--duration"},
+        {{a, o, QStringLiteral("x.gif"), QStringLiteral("--duration=nan")}, "--duration"},
+        {{a, o, QStringLiteral("x.gif"), QStringLiteral("--fps=0")}, "--fps"},
+        {{a, o, QStringLiteral("x.gif"), QStringLiteral("--fps=61")}, "--fps"},
+        {{a, o, QStringLiteral("x.gif"), QStringLiteral("--output-dir=d")}, "--output-dir"},
+        {{a, o, QStringLiteral("x.gif"), QStringLiteral("--lossless")}, "--lossless"},
+        {{QStringLiteral("render"), o, QStringLiteral("x.png"), QStringLiteral("--fps=2")},
+         "--fps"},
+        {{a, QStringLiteral("a.jpg"), QStringLiteral("b.jpg"), o, QStringLiteral("x.mp4")},
+         "b.jpg"},
+    };
+    for (const auto& c : refused) {
+        const QString error = errorOf(c.args);
+        EXPECT_TRUE(error.contains(QString::fromLatin1(c.mentions)))
+            << c.args.join(' ') << " -> " << error;
+    }
+}
+
+// The program writes the animation it was asked for, and a failure names the file,
+// exits 1 and leaves nothing.
+TEST_F(CommandLineRun, AnimateWritesTheLoopAndFailuresNameTheFile) {
+    const QString out = files.file(QStringLiteral("spin.gif"));
+    const Outcome run =
+        runProgram({QStringLiteral("animate"), QStringLiteral("--resources"), resources.path(),
+                    picture, QStringLiteral("-o"), out, QStringLiteral("--size=64"),
+                    QStringLiteral("--duration=1"), QStringLiteral("--fps=8"),
+                    QStringLiteral("--layer"), QStringLiteral("Stickers/moon.png")});
+    EXPECT_EQ(run.status, 0) << run.err;
+    QFile gif(out);
+    ASSERT_TRUE(gif.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(gif.read(6) == "GIF89a");
+
+    const QString broken = files.addFile(QStringLiteral("broken.jpg"), "not a picture");
+    const QString nothing = files.file(QStringLiteral("nothing.mp4"));
+    const Outcome failed =
+        runProgram({QStringLiteral("animate"), QStringLiteral("--resources"), resources.path(),
+                    broken, QStringLiteral("-o"), nothing, QStringLiteral("--size=64")});
+    EXPECT_EQ(failed.status, 1);
+    EXPECT_TRUE(failed.err.contains(broken)) << failed.err;
+    EXPECT_FALSE(QFile::exists(nothing));
+}

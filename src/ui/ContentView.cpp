@@ -13,6 +13,7 @@
 #include "ui/CanvasRegion.h"
 #include "ui/Header.h"
 #include "ui/HeaderButton.h"
+#include "ui/JobPanel.h"
 #include "ui/LayerLibraryPanel.h"
 #include "ui/OutputJob.h"
 #include "ui/ProgressStrip.h"
@@ -87,6 +88,23 @@ ContentView::ContentView(const PlanetRenderer& renderer, QWidget* parent)
             m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder,
             QStringLiteral("Velmora looks (*.%1)").arg(QLatin1String(lookFileSuffix)));
     };
+    chooseAnimation = [this](const AnimationChoice& last) -> std::optional<AnimationChoice> {
+        AnimationDialog dialog(last, this);
+        if (dialog.exec() != QDialog::Accepted)
+            return std::nullopt;
+        return dialog.choice();
+    };
+    chooseAnimationFile = [this](const QString& name, render::AnimationFormat format) {
+        static const char* const filters[] = {"MP4 video (*.mp4)", "Animated WebP (*.webp)",
+                                              "GIF (*.gif)"};
+        QString path = QFileDialog::getSaveFileName(
+            this, QStringLiteral("Export Animation"),
+            QDir(m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder).filePath(name),
+            QLatin1String(filters[static_cast<int>(format)]));
+        if (!path.isEmpty() && render::animationFormatForSuffix(QFileInfo(path).suffix()) != format)
+            path += QLatin1Char('.') + render::suffixOf(format);
+        return path;
+    };
     buildLayout();
     buildActions();
 
@@ -143,6 +161,15 @@ void ContentView::buildLayout() {
         [this](int size) { m_model->setOutputSize(size); });
     bar->addWidget(m_sizes);
     bar->addStretch(1);
+    m_animationButton = new HeaderButton(QStringLiteral("arrow.triangle.2.circlepath"),
+                                         QStringLiteral("Export Animation\u2026"));
+    m_animationButton->setObjectName(QStringLiteral("exportAnimationButton"));
+    m_animationButton->setLook({Qt::white, style::Palette::control, style::Palette::hairline});
+    m_animationButton->setPadding(14, 7);
+    m_animationButton->setFontPixelSize(13);
+    m_animationButton->setToolTip(
+        QStringLiteral("A spinning planet or an intro, as MP4, animated WebP or GIF"));
+    bar->addWidget(m_animationButton);
     root->addWidget(bottom);
 
     m_toast = new Toast(this);
@@ -155,6 +182,7 @@ void ContentView::buildLayout() {
     connect(m_header->redoButton(), &QAbstractButton::clicked, m_model.get(), &PlanetModel::redo);
     connect(m_header->importButton(), &QAbstractButton::clicked, this, &ContentView::importPhoto);
     connect(m_header->exportButton(), &QAbstractButton::clicked, this, &ContentView::exportImage);
+    connect(m_animationButton, &QAbstractButton::clicked, this, &ContentView::exportAnimation);
     connect(m_header->layersToggle(), &QAbstractButton::clicked, this, &ContentView::toggleLibrary);
     connect(m_region, &CanvasRegion::filesDropped, this, &ContentView::handleDrop);
     connect(m_region, &CanvasRegion::importRequested, this, &ContentView::importPhoto);
@@ -165,6 +193,10 @@ void ContentView::buildLayout() {
     m_progress = new ProgressStrip([this] { return m_output->progress(); }, m_region);
     connect(m_output, &OutputJob::runningChanged, this, &ContentView::refreshEnabling);
     connect(m_output, &OutputJob::showingChanged, this, [this](bool showing) {
+        // An animation has its own panel and leaves the pointer alone: the window is
+        // meant to be used while it runs.
+        if (m_jobPanel->isVisible())
+            return;
         m_progress->setVisible(showing);
         m_progress->raise();
         if (showing)
@@ -172,6 +204,14 @@ void ContentView::buildLayout() {
         else
             QApplication::restoreOverrideCursor();
     });
+    // An animation takes seconds to minutes: its capsule shows frames and Cancel.
+    m_jobPanel = new JobPanel(
+        [this]() -> JobPanel::Counts {
+            return {m_output->done(), m_output->total(), m_output->isCancelling()};
+        },
+        this);
+    m_jobPanel->hide();
+    connect(m_jobPanel, &JobPanel::cancelRequested, m_output, &OutputJob::cancel);
     // The region has moved its inspector by now; the toast makes room for it.
     connect(m_model.get(), &PlanetModel::selectedLayerIDChanged, this, [this] {
         if (m_toastShown)
@@ -241,6 +281,7 @@ void ContentView::refreshEnabling() {
     m_header->exportButton()->setEnabled(hasSource && free);
     m_header->layersToggle()->setEnabled(hasSource);
     m_copy->setEnabled(hasSource && free);
+    m_animationButton->setEnabled(hasSource && free);
 }
 
 // ---- intake --------------------------------------------------------------------
@@ -434,6 +475,53 @@ void ContentView::copyImage() {
         });
 }
 
+void ContentView::exportAnimation() {
+    if (!m_model->hasSource() || m_output->isRunning())
+        return;
+    const std::optional<AnimationChoice> choice = chooseAnimation(m_animationChoice);
+    if (!choice)
+        return;
+    m_animationChoice = *choice;
+    QString name = defaultExportFileName(*m_model);
+    name = QFileInfo(name).completeBaseName() + QLatin1Char('.') + render::suffixOf(choice->format);
+    const QString path = chooseAnimationFile(name, choice->format);
+    if (path.isEmpty())
+        return;
+    m_lastFolder = QFileInfo(path).absolutePath();
+    // The frames are rendered from this look and this picture, whatever happens to the
+    // document meanwhile; the layers' artwork is placed now, on the library's thread.
+    const AnimationJob job =
+        makeAnimationJob(m_model->renderer(), m_model->sourceImage(), m_model->look(),
+                         m_model->library(), choice->settings);
+    m_jobPanel->setTitle(QStringLiteral("Exporting %1").arg(QFileInfo(path).fileName()));
+    const bool started = m_output->start(
+        [job, path](render::RenderProgress& progress) {
+            return writeAnimation(job, path, &progress);
+        },
+        [this, path](const Status& written) {
+            m_jobPanel->hide();
+            if (written)
+                showToast(false, QStringLiteral("Exported %1").arg(QFileInfo(path).fileName()));
+            else if (m_output->isCancelling())
+                showToast(false, QStringLiteral("Animation cancelled, nothing was written"));
+            else
+                showToast(true, QStringLiteral("Couldn't export ") + written.message());
+        });
+    if (started) {
+        placeJobPanel();
+        m_jobPanel->show();
+        m_jobPanel->raise();
+    }
+}
+
+void ContentView::placeJobPanel() {
+    const QSize size = m_jobPanel->sizeHint();
+    const QRect canvas = m_region->geometry();
+    m_jobPanel->setGeometry(canvas.center().x() - size.width() / 2,
+                            canvas.top() + 16 - FloatingCapsule::shadowMargins().top(),
+                            size.width(), size.height());
+}
+
 void ContentView::showToast(bool failed, const QString& text) {
     m_toast->setMessage(failed ? Toast::Kind::failed : Toast::Kind::done, text);
     placeToast();
@@ -545,6 +633,8 @@ void ContentView::toggleLibrary() {
 void ContentView::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
     placeToast();
+    if (m_jobPanel->isVisible())
+        placeJobPanel();
 }
 
 bool ContentView::eventFilter(QObject* watched, QEvent* event) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ui/AnimationDialog.h"
+
 #include <QList>
 #include <QUrl>
 #include <QWidget>
@@ -21,6 +23,8 @@ namespace velmora::ui {
 
 class CanvasRegion;
 class Header;
+class HeaderButton;
+class JobPanel;
 class LayerLibraryPanel;
 class OutputJob;
 class ProgressStrip;
@@ -60,6 +64,9 @@ public:
     /// The export or copy under way, if any.
     OutputJob* outputJob() const { return m_output; }
     ProgressStrip* progressStrip() const { return m_progress; }
+    HeaderButton* animationButton() const { return m_animationButton; }
+    /// The capsule with Cancel while an animation is written.
+    JobPanel* jobPanel() const { return m_jobPanel; }
 
     QAction* undoAction() const { return m_undo; }
     QAction* redoAction() const { return m_redo; }
@@ -75,6 +82,10 @@ public:
     /// Where to save the look, and which look to apply; replaced by tests.
     std::function<QString(const QString& suggestedName)> chooseLookToSave;
     std::function<QString()> chooseLookToApply;
+    /// The animation's settings (nothing: cancelled), then its file; replaced by tests.
+    std::function<std::optional<AnimationChoice>(const AnimationChoice& last)> chooseAnimation;
+    std::function<QString(const QString& suggestedName, render::AnimationFormat format)>
+        chooseAnimationFile;
 
     void setHelpMenu(QMenu* menu);
 
@@ -84,6 +95,7 @@ public Q_SLOTS:
     void handleDrop(const QList<QUrl>& urls);
     void exportImage();
     void copyImage();
+    void exportAnimation();
     void saveLook();
     void applyLook();
     void toggleLibrary();
@@ -98,6 +110,7 @@ private:
     void showToast(bool failed, const QString& text);
     void setToastShown(bool shown);
     void placeToast();
+    void placeJobPanel();
     QString defaultImageFile();
     QString defaultExportFile(const QString& suggestedName);
 
@@ -129,6 +142,9 @@ private:
     QAction* m_deselect = nullptr;
     QMenu* m_lookMenu = nullptr;
     QString m_lastFolder;
+    HeaderButton* m_animationButton = nullptr;
+    JobPanel* m_jobPanel = nullptr;
+    AnimationChoice m_animationChoice;
 };
 
 } // namespace velmora::ui

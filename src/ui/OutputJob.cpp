@@ -17,7 +17,13 @@ OutputJob::OutputJob(QObject* parent)
 }
 
 OutputJob::~OutputJob() {
+    cancel();
     wait();
+}
+
+void OutputJob::cancel() {
+    if (m_running && m_progress)
+        m_progress->cancelled = true;
 }
 
 double OutputJob::progress() const {

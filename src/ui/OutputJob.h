@@ -15,8 +15,9 @@ namespace velmora::ui {
 
 /// One export or copy at a time, rendered on Qt's thread pool so the window keeps
 /// painting and answering. A job that outlasts `quietMs` announces itself, so quick
-/// ones never flash a progress bar. A job still running when this goes away is
-/// waited for: a file being written is finished, never left half done.
+/// ones never flash a progress bar. A job still running when this goes away is asked
+/// to stop and waited for: a file being written is finished or, for work that stops
+/// when asked (an animation), not written at all; never left half done.
 class OutputJob : public QObject {
     Q_OBJECT
 
@@ -40,6 +41,13 @@ public:
     bool start(Work work, Done done);
     /// Blocks until the running job, if any, has finished (its `done` not called).
     void wait();
+    /// Asks the running job to stop; work that checks its progress's `cancelled` ends
+    /// early and `done` gets its failure.
+    void cancel();
+    bool isCancelling() const { return m_progress && m_progress->cancelled.load(); }
+    /// Units done and in all, as the work counts them (frames of an animation).
+    int done() const { return m_progress ? m_progress->done.load() : 0; }
+    int total() const { return m_progress ? m_progress->total.load() : 0; }
 
 Q_SIGNALS:
     void runningChanged(bool running);

@@ -3,14 +3,17 @@
 #include "model/Resources.h"
 #include "style/Palette.h"
 #include "support/TestSupport.h"
+#include "ui/AnimationDialog.h"
 #include "ui/Checkerboard.h"
 #include "ui/PillToggle.h"
 #include "ui/PresetButton.h"
 #include "ui/SettingSlider.h"
 
 #include <QAbstractButton>
+#include <QComboBox>
 #include <QLabel>
 #include <QSignalSpy>
+#include <QSpinBox>
 #include <QTest>
 #include <QWheelEvent>
 
@@ -325,4 +328,37 @@ TEST(Checkerboard, PaintsTheTwoGreysInThePattern) {
     EXPECT_LE(test::channelDistance(image.pixelColor(19, 4), light), 1);
     EXPECT_LE(test::channelDistance(image.pixelColor(4, 9), dark), 1);
     EXPECT_LE(test::channelDistance(image.pixelColor(12, 9), light), 1);
+}
+
+// The dialog shows the last choice, gives back what was chosen, greys the quality GIF
+// has no use for, and Return exports as the default button says.
+TEST(AnimationDialogTest, ShowsTheLastChoiceAndReturnExports) {
+    ui::AnimationChoice last;
+    last.format = render::AnimationFormat::webp;
+    last.settings.motion = Motion::intro;
+    last.settings.side = 1440;
+    last.settings.durationSeconds = 4.5;
+    last.settings.fps = 24;
+    last.settings.quality = 55;
+    ui::AnimationDialog dialog(last);
+    const ui::AnimationChoice shown = dialog.choice();
+    EXPECT_EQ(shown.format, last.format);
+    EXPECT_EQ(shown.settings.motion, Motion::intro);
+    EXPECT_EQ(shown.settings.side, 1440);
+    EXPECT_EQ(shown.settings.durationSeconds, 4.5);
+    EXPECT_EQ(shown.settings.fps, 24);
+    EXPECT_EQ(shown.settings.quality, 55);
+    EXPECT_TRUE(dialog.qualityBox()->isEnabled());
+    dialog.formatBox()->setCurrentIndex(2);
+    EXPECT_EQ(dialog.choice().format, render::AnimationFormat::gif);
+    EXPECT_FALSE(dialog.qualityBox()->isEnabled());
+    for (const int side : ui::AnimationDialog::sides)
+        EXPECT_EQ(side % 2, 0) << "every size suits MP4";
+
+    dialog.show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&dialog));
+    QTest::keyClick(QApplication::focusWidget() ? QApplication::focusWidget() : &dialog,
+                    Qt::Key_Return);
+    EXPECT_FALSE(dialog.isVisible());
+    EXPECT_EQ(dialog.result(), QDialog::Accepted);
 }

@@ -9,6 +9,7 @@
 #include "ui/ContentView.h"
 #include "ui/Header.h"
 #include "ui/HeaderButton.h"
+#include "ui/JobPanel.h"
 #include "ui/LayerInspector.h"
 #include "ui/LayerLibraryPanel.h"
 #include "ui/OutputJob.h"
@@ -551,6 +552,55 @@ TEST_F(WindowTest, LooksAreSavedAndAppliedFromTheLookMenu) {
     EXPECT_EQ(model().look(), plain);
     EXPECT_EQ(view().toast()->kind(), ui::Toast::Kind::failed);
     EXPECT_TRUE(view().toast()->text().startsWith(QStringLiteral("Couldn't apply ") + broken))
+        << view().toast()->text();
+}
+
+// Export Animation asks for the motion, then the file, and writes it beside the
+// window, which stays usable; the panel's Cancel stops it and nothing is written.
+TEST_F(WindowTest, AnAnimationExportsBesideTheWindowAndCancelsCleanly) {
+    test::TempTree files;
+    EXPECT_FALSE(view().animationButton()->isEnabled()); // nothing to animate yet
+    load();
+    ASSERT_TRUE(view().animationButton()->isEnabled());
+
+    ui::AnimationChoice asked;
+    asked.format = render::AnimationFormat::webp;
+    asked.settings.side = 96;
+    asked.settings.durationSeconds = 1.0;
+    asked.settings.fps = 12;
+    QString suggested;
+    const QString out = files.file(QStringLiteral("loop.webp"));
+    view().chooseAnimation = [&](const ui::AnimationChoice&) { return asked; };
+    view().chooseAnimationFile = [&](const QString& name, render::AnimationFormat) {
+        suggested = name;
+        return out;
+    };
+    QTest::mouseClick(view().animationButton(), Qt::LeftButton);
+    EXPECT_TRUE(view().jobPanel()->isVisible());
+    EXPECT_FALSE(view().animationButton()->isEnabled()); // one output at a time
+    model().setSetting(Setting::zoom, 2.0);              // the window goes on answering
+    settle();
+    EXPECT_FALSE(view().jobPanel()->isVisible());
+    EXPECT_EQ(suggested, QStringLiteral("beach-velmora.webp"));
+    EXPECT_TRUE(QFileInfo(out).size() > 0);
+    EXPECT_EQ(view().toast()->kind(), ui::Toast::Kind::done);
+
+    // Long enough to be stopped halfway.
+    asked.format = render::AnimationFormat::mp4;
+    asked.settings.side = 256;
+    asked.settings.durationSeconds = 20.0;
+    asked.settings.fps = 30;
+    const QString stopped = files.file(QStringLiteral("long.mp4"));
+    view().chooseAnimationFile = [&](const QString&, render::AnimationFormat) { return stopped; };
+    QTest::mouseClick(view().animationButton(), Qt::LeftButton);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return view().outputJob()->done() >= 3; }, 20000));
+    QTest::mouseClick(view().jobPanel()->cancelButton(), Qt::LeftButton);
+    settle();
+    EXPECT_LT(view().outputJob()->done(), 600);
+    EXPECT_FALSE(QFileInfo::exists(stopped));
+    EXPECT_EQ(QDir(files.path()).entryList(QDir::Files | QDir::Hidden),
+              QStringList{QStringLiteral("loop.webp")});
+    EXPECT_TRUE(view().toast()->text().contains(QStringLiteral("cancelled")))
         << view().toast()->text();
 }
 

@@ -77,3 +77,42 @@ static void animationFramesOnly(benchmark::State& state) {
     state.counters["fps"] = benchmark::Counter(1.0, benchmark::Counter::kIsIterationInvariantRate);
 }
 BENCHMARK(animationFramesOnly)->Unit(benchmark::kMillisecond)->UseRealTime()->MinTime(3.0);
+
+// The encoders alone, fed frames rendered beforehand (30 of a spin, round and round):
+// what each format costs beside the engine.
+static void animationEncodeOnly(benchmark::State& state) {
+    const std::unique_ptr<PlanetModel> model = bench::modelWithSample();
+    if (!model) {
+        state.SkipWithError("no sample panorama in the resources");
+        return;
+    }
+    static const char* const suffixes[] = {"mp4", "webp", "gif"};
+    const QString suffix = QLatin1String(suffixes[state.range(0)]);
+    state.SetLabel(suffix.toStdString());
+    const AnimationSettings settings = spinAt1080();
+    const int frames = settings.frameCount();
+    std::vector<QImage> rendered;
+    for (int i = 0; i < 30; ++i) {
+        const Look look = motionFrame(model->look(), Motion::spin, i, frames);
+        rendered.push_back(model->renderer()
+                               .render(look, model->sourceImage(), model->library(), settings.side)
+                               .value());
+    }
+    const QTemporaryDir dir;
+    const auto format = render::animationFormatForSuffix(suffix);
+    for (auto _ : state) {
+        auto writer =
+            render::AnimationWriter::open(dir.filePath(QStringLiteral("e.") + suffix),
+                                          {*format, settings.side, settings.fps, settings.quality});
+        for (int i = 0; i < frames; ++i)
+            benchmark::DoNotOptimize((*writer)->add(rendered[static_cast<size_t>(i % 30)]).ok());
+        benchmark::DoNotOptimize((*writer)->finish().ok());
+    }
+    state.counters["fps"] =
+        benchmark::Counter(frames, benchmark::Counter::kIsIterationInvariantRate);
+}
+BENCHMARK(animationEncodeOnly)
+    ->DenseRange(0, 2)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(1);

@@ -1,9 +1,12 @@
 #include "model/ImageDecoding.h"
 
+#include "model/ColorProfile.h"
+#include "model/HeifDecoding.h"
 #include "model/JpegDecoding.h"
 #include "render/DecodeBudget.h"
 
 #include <QBuffer>
+#include <QColorSpace>
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
@@ -23,7 +26,17 @@ namespace {
 // shoot, while a file whose header claims something absurd still fails cleanly.
 constexpr int allocationLimitMiB = 1600;
 
-Result<render::Image> decode(QImageReader& reader, const QString& what, qint64 dataBytes) {
+/// Into sRGB as the file's profile says; a profile that cannot be used leaves the
+/// colours as they are, with a warning naming the file.
+void toWorkingSpace(QImage& image, const QByteArray& icc, const QString& what,
+                    QStringList* warnings) {
+    if (const Status converted = convertToSrgb(image, icc); !converted && warnings)
+        warnings->append(
+            QStringLiteral("%1: %2; its colours are shown as sRGB").arg(what, converted.message()));
+}
+
+Result<render::Image> decode(QImageReader& reader, const QString& what, qint64 dataBytes,
+                             QStringList* warnings) {
     raiseImageAllocationLimit();
     // Before a byte is allocated: too large, or a bomb whose header lies.
     if (const Status budget =
@@ -38,7 +51,20 @@ Result<render::Image> decode(QImageReader& reader, const QString& what, qint64 d
         const QString reason = reader.errorString();
         return Failure{QStringLiteral("%1: cannot decode the picture (%2)").arg(what, reason)};
     }
+    // Qt keeps the profile it read (PNG's iCCP, TIFF's tag) with the picture.
+    if (image.colorSpace().isValid())
+        toWorkingSpace(image, image.colorSpace().iccProfile(), what, warnings);
     return render::Image::fromQImage(std::move(image));
+}
+
+// HEIF and AVIF go to libheif; the whole (compressed) file is read first.
+Result<render::Image> decodeHeifPicture(const QByteArray& data, const QString& what,
+                                        QStringList* warnings) {
+    Result<HeifPicture> decoded = decodeHeif(data, render::maxPicturePixels, what);
+    if (!decoded)
+        return decoded.failure();
+    toWorkingSpace(decoded->image, decoded->icc, what, warnings);
+    return render::Image::fromQImage(std::move(decoded->image));
 }
 
 // The same turn Qt's reader applies for `setAutoTransform`: mirror or flip, then a
@@ -98,6 +124,7 @@ Result<std::optional<render::Image>> decodeJpegPicture(std::FILE* file, const QB
                                  .arg(picture.image.width())
                                  .arg(picture.image.height()));
     }
+    toWorkingSpace(picture.image, picture.icc, what, warnings);
     return std::optional<render::Image>(
         render::Image::fromQImage(upright(std::move(picture.image), reader.transformation())));
 }
@@ -123,6 +150,15 @@ Result<render::Image> decodeImageFile(const QString& path, QStringList* warnings
         return Failure{QStringLiteral("%1: cannot be read (permission denied)").arg(path)};
     if (info.size() == 0)
         return Failure{QStringLiteral("%1: the file is empty").arg(path)};
+    {
+        QFile file(path);
+        if (file.open(QIODevice::ReadOnly) && looksLikeHeif(file.peek(64))) {
+            const QByteArray data = file.readAll();
+            if (data.size() != info.size())
+                return Failure{QStringLiteral("%1: cannot be read").arg(path)};
+            return decodeHeifPicture(data, path, warnings);
+        }
+    }
     QImageReader reader(path);
     // Decide by content, not by name: a text file called .png must fail as such.
     reader.setDecideFormatFromContent(true);
@@ -138,7 +174,7 @@ Result<render::Image> decodeImageFile(const QString& path, QStringList* warnings
         if (jpeg->has_value())
             return std::move(**jpeg);
     }
-    return decode(reader, path, info.size());
+    return decode(reader, path, info.size(), warnings);
 }
 
 Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& format,
@@ -151,6 +187,8 @@ Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& 
     QImageReader reader(&buffer, format);
     reader.setDecideFormatFromContent(format.isEmpty());
     const QString what = QStringLiteral("picture data");
+    if (looksLikeHeif(data.left(64)))
+        return decodeHeifPicture(data, what, warnings);
     if (looksLikeJpeg(data)) {
         Result<std::optional<render::Image>> jpeg =
             decodeJpegPicture(nullptr, data, data.size(), reader, what, warnings);
@@ -160,13 +198,16 @@ Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& 
             return std::move(**jpeg);
         buffer.seek(0);
     }
-    return decode(reader, what, data.size());
+    return decode(reader, what, data.size(), warnings);
 }
 
 QStringList readableImageSuffixes() {
     QStringList suffixes;
     for (const QByteArray& format : QImageReader::supportedImageFormats())
         suffixes.append(QString::fromLatin1(format).toLower());
+    // libheif's, whether or not Qt has a plugin for them.
+    suffixes << QStringLiteral("heic") << QStringLiteral("heif") << QStringLiteral("hif")
+             << QStringLiteral("avif");
     suffixes.removeDuplicates();
     return suffixes;
 }

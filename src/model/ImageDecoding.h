@@ -14,7 +14,10 @@ namespace velmora {
 void raiseImageAllocationLimit();
 
 /// Decodes a picture file (failures name the file), turned upright as its EXIF
-/// orientation says; no colour conversion, no resizing; 16-bit files stay 16-bit.
+/// orientation says, in sRGB: an embedded colour profile (JPEG, PNG, TIFF, HEIF) is
+/// converted from with Little CMS, a picture without one is taken as sRGB. HEIC,
+/// HEIF and AVIF go through libheif. No resizing below the pixel limit; 16-bit and
+/// 10-bit files stay 16-bit.
 /// Only regular files are read: a pipe or device is refused, not waited on. A JPEG
 /// beyond the pixel limit opens at a reduced scale; that, and damage the decoder got
 /// past, are added to `warnings` (each naming the file) when it is given.

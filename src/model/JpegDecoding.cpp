@@ -3,6 +3,7 @@
 #include "render/DecodeBudget.h"
 
 #include <csetjmp>
+#include <cstdlib>
 #include <memory>
 
 // jpeglib.h needs size_t and FILE declared first.
@@ -26,6 +27,7 @@ struct Decoder {
     bool endedEarly = false;
     QStringList damage;
     QImage image;
+    QByteArray icc;
 
     static Decoder& of(j_common_ptr info) { return *static_cast<Decoder*>(info->client_data); }
 
@@ -105,6 +107,8 @@ Result<std::optional<JpegPicture>> decodeJpeg(std::FILE* file, const QByteArray&
     else
         jpeg_mem_src(&d->info, reinterpret_cast<const unsigned char*>(data.constData()),
                      static_cast<unsigned long>(data.size()));
+    // The colour profile rides in APP2 markers, split into pieces when it is large.
+    jpeg_save_markers(&d->info, JPEG_APP0 + 2, 0xFFFF);
     jpeg_read_header(&d->info, TRUE);
     if (d->info.jpeg_color_space == JCS_CMYK || d->info.jpeg_color_space == JCS_YCCK)
         return std::optional<JpegPicture>{};
@@ -120,6 +124,13 @@ Result<std::optional<JpegPicture>> decodeJpeg(std::FILE* file, const QByteArray&
         return Failure{refused.message() + QStringLiteral(" even at an eighth of its %1 \u00d7 %2")
                                                .arg(stored.width())
                                                .arg(stored.height())};
+    }
+
+    JOCTET* icc = nullptr;
+    unsigned int iccSize = 0;
+    if (jpeg_read_icc_profile(&d->info, &icc, &iccSize) && icc) {
+        d->icc = QByteArray(reinterpret_cast<const char*>(icc), static_cast<qsizetype>(iccSize));
+        std::free(icc);
     }
 
     d->info.scale_num = 1;
@@ -152,6 +163,7 @@ Result<std::optional<JpegPicture>> decodeJpeg(std::FILE* file, const QByteArray&
     picture.storedSize = stored;
     picture.scale = scale;
     picture.damage = d->damage;
+    picture.icc = d->icc;
     return std::optional<JpegPicture>(std::move(picture));
 }
 

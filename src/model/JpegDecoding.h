@@ -22,6 +22,8 @@ struct JpegPicture {
     int scale = 1;
     /// Damage the decoder recovered from, in its own words ("Corrupt JPEG data: ...").
     QStringList damage;
+    /// The embedded ICC profile, or empty.
+    QByteArray icc;
 };
 
 /// Whether `data` starts like a JPEG (FF D8 FF).

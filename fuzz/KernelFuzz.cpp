@@ -29,10 +29,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         &projection.outputSize.y, &projection.zoom,        &projection.convexity,
         &projection.rotation,     &projection.twist,       &projection.shiftX,
         &projection.horizon,      &projection.flipX,       &projection.flipY,
-        &projection.blendWidth,   &projection.repeats};
+        &projection.blendWidth,   &projection.repeats,     &projection.coverTop,
+        &projection.coverHeight};
     for (float* value : floats)
         *value = input.ConsumeFloatingPoint<float>();
     projection.invert = input.ConsumeBool() ? 1 : 0;
+    for (float& value : projection.pose)
+        value = input.ConsumeFloatingPoint<float>();
 
     const int width = input.ConsumeIntegralInRange(1, 48);
     const int height = input.ConsumeIntegralInRange(1, 48);

@@ -18,6 +18,9 @@ struct ProjectionParameters {
     bool invert = false;
     float blendWidth = 0.f;
     float repeats = 0.f;
+    /// The picture stretched over the whole sphere, whatever its file or shape says
+    /// of where it lies, and not levelled.
+    bool fullSphere = false;
     double outputSide = 0.0;
 
     bool operator==(const ProjectionParameters&) const = default;

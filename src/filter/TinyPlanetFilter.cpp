@@ -3,6 +3,10 @@
 #include "render/ImageNode.h"
 #include "render/RenderContext.h"
 #include "render/SourcePixels.h"
+#include "render/SpherePlacement.h"
+
+#include <algorithm>
+#include <array>
 
 #include <QFileInfo>
 #include <QLibrary>
@@ -106,20 +110,33 @@ std::optional<render::Image> TinyPlanetFilter::apply(const render::Image& source
     const double side = parameters.outputSide > 0.0 ? parameters.outputSide : std::max(w, h);
     if (!std::isfinite(side))
         return std::nullopt;
-    const VmProjection projection{VM_KERNEL_ABI_VERSION,
-                                  {static_cast<float>(w), static_cast<float>(h)},
-                                  {static_cast<float>(side), static_cast<float>(side)},
-                                  parameters.zoom,
-                                  parameters.convexity,
-                                  parameters.rotation,
-                                  parameters.twist,
-                                  parameters.shiftX,
-                                  parameters.horizon,
-                                  parameters.flipX,
-                                  parameters.flipY,
-                                  parameters.invert ? 1 : 0,
-                                  parameters.blendWidth,
-                                  parameters.repeats};
+    // Where the picture lies on the sphere: from its metadata or its shape.
+    const render::SphereCover cover =
+        parameters.fullSphere
+            ? render::SphereCover{}
+            : render::coverOf(QSize(pixels->width(), pixels->height()), pixels->placement());
+    const std::array<float, 9> pose =
+        parameters.fullSphere
+            ? render::poseMatrix(0.0, 0.0)
+            : render::poseMatrix(pixels->placement().pitchDegrees, pixels->placement().rollDegrees);
+    VmProjection projection{VM_KERNEL_ABI_VERSION,
+                            {static_cast<float>(w), static_cast<float>(h)},
+                            {static_cast<float>(side), static_cast<float>(side)},
+                            parameters.zoom,
+                            parameters.convexity,
+                            parameters.rotation,
+                            parameters.twist,
+                            parameters.shiftX,
+                            parameters.horizon,
+                            parameters.flipX,
+                            parameters.flipY,
+                            parameters.invert ? 1 : 0,
+                            parameters.blendWidth,
+                            parameters.repeats,
+                            static_cast<float>(cover.top),
+                            static_cast<float>(cover.height),
+                            {}};
+    std::copy(pose.begin(), pose.end(), projection.pose);
     return render::Image::fromNode(
         std::make_shared<TinyPlanetNode>(m_kernel, std::move(pixels), projection, side));
 }

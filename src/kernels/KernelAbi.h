@@ -17,7 +17,7 @@
 extern "C" {
 #endif
 
-#define VM_KERNEL_ABI_VERSION 2
+#define VM_KERNEL_ABI_VERSION 3
 #define VM_MAX_LEVELS 24
 
 /// Byte layouts of source pixels.
@@ -52,6 +52,12 @@ typedef struct VmSampler {
     /// 1 when the picture's ends continue into each other (a 360 panorama): only the
     /// colour step is blended. 0 when they do not: the ends themselves cross-fade.
     int32_t seamWraps;
+    /// The picture's top and bottom edges for filling the sphere beyond them: for each,
+    /// edgeColumns + 1 running sums (from 0) of the edge's columns, each the mean of a
+    /// few rows next to the edge, linear premultiplied RGBA; the top's first. Null
+    /// when not built.
+    const float* edgeSums;
+    int32_t edgeColumns;
 } VmSampler;
 
 #define VM_ENCODE_SIZE 4096
@@ -89,6 +95,16 @@ typedef struct VmProjection {
     int32_t invert; ///< 0 or 1
     float blendWidth;
     float repeats;
+    /// Where the picture lies on the sphere: its rows run from coverTop to coverTop +
+    /// coverHeight, as fractions of the sphere from the zenith (0) to the nadir (1).
+    /// (0, 1) is a full panorama. Beyond the picture the kernel fills in its edge row,
+    /// blurred round the sphere the more the nearer the pole.
+    float coverTop;
+    float coverHeight;
+    /// Levelling, row-major: turns a direction of the level world (x right, y the
+    /// panorama's middle, z down) into the camera's, for a camera that was not held
+    /// level. The identity for none.
+    float pose[9];
 } VmProjection;
 
 /// The projection kernel: the source sampler, the projection and the destination.

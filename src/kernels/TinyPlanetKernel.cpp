@@ -21,10 +21,16 @@
 //     sin c cos theta, cos c) in (right, up, along the view) turns by flipY * pi about
 //     the picture's horizontal axis, then by flipX * pi about its vertical axis. At
 //     flipY = -0.6 the view looks just above the horizon, which then runs across.
+//     Then the camera's pose, if it was not level, turns the direction into the
+//     camera's own.
 //  6. Longitude lambda = atan2(right, up), elevation phi = -asin(along the view).
 //     u = frac(0.5 + repeats lambda / 2 pi): the panorama's middle is straight up,
 //     its left half on the left, and repeats is how often it goes round.
 //     v = 0.5 - phi / pi: the top row is the zenith, the bottom row the nadir.
+//     A picture that covers only part of the sphere (a phone's panorama, 360 by 90
+//     degrees) spans v = coverTop to coverTop + coverHeight; beyond it, towards either
+//     pole, its edge row is continued and blurred round the sphere, more the nearer
+//     the pole, so the ground closes into a soft disc instead of a pinwheel.
 //  7. Seam: where u wraps, the picture's left and right ends meet; within blendWidth / 2
 //     of the seam (in u) they are blended with a smoothstep. If the ends continue
 //     into each other (a 360 panorama, judged once per picture) only the colour step
@@ -72,6 +78,12 @@ struct Setup {
     float seamHalf = 0.f;
     float width = 1.f; // level-0 size, pixels
     float height = 1.f;
+    float coverTop = 0.f; // the picture's rows on the sphere
+    float invCoverHeight = 1.f;
+    float roomAbove = 0.f; // picture heights from its top edge to the zenith
+    float roomBelow = 0.f; // and from its bottom edge to the nadir
+    bool partial = false;  // the picture leaves part of the sphere to be filled
+    float pose[9] = {1.f, 0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 1.f};
 };
 
 VM_INLINE float finiteOr(float x, float fallback) {
@@ -89,6 +101,9 @@ VM_INLINE void mapSpan(const Setup& k, int x0, int py, int n, float* __restrict 
     const float cx = k.centreX, toHalf = k.toHalfSides, cosR = k.cosR, sinR = k.sinR;
     const float twist = k.twist, invHorizon = k.invHorizon, bend = k.bend, turns = k.turns;
     const float cosFy = k.cosFy, sinFy = k.sinFy, cosFx = k.cosFx, sinFx = k.sinFx;
+    const float coverTop = k.coverTop, invCoverHeight = k.invCoverHeight;
+    const float m0 = k.pose[0], m1 = k.pose[1], m2 = k.pose[2], m3 = k.pose[3], m4 = k.pose[4],
+                m5 = k.pose[5], m6 = k.pose[6], m7 = k.pose[7], m8 = k.pose[8];
     // v = vBase + vSign * c / pi: the nadir in the middle, or the zenith when inverted.
     const float vBase = k.invert ? 0.f : 1.f;
     const float vSign = k.invert ? 1.f : -1.f;
@@ -133,14 +148,17 @@ VM_INLINE void mapSpan(const Setup& k, int x0, int py, int n, float* __restrict 
             const float z1 = dy * sinFy + cosC * cosFy;
             const float x2 = dx * cosFx + z1 * sinFx;
             const float z2 = -dx * sinFx + z1 * cosFx;
-            lon = fm::atan2(x2, y1);
-            v = 0.5f + fm::asin(z2) * (1.f / fm::pi);
+            const float x3 = m0 * x2 + m1 * y1 + m2 * z2;
+            const float y3 = m3 * x2 + m4 * y1 + m5 * z2;
+            const float z3 = clampf(m6 * x2 + m7 * y1 + m8 * z2, -1.f, 1.f);
+            lon = fm::atan2(x3, y3);
+            v = 0.5f + fm::asin(z3) * (1.f / fm::pi);
         }
         // Bounded before the whole turns are removed: lon may be any float, NaN too.
         float u = clampf(0.5f + lon * turns, -1e6f, 1e6f);
         u -= static_cast<float>(floorToInt(u));
         us[i] = u;
-        vs[i] = v;
+        vs[i] = (v - coverTop) * invCoverHeight;
     }
 }
 
@@ -316,6 +334,39 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
     return sum * step;
 }
 
+/// How far round the sphere the fill averages right at the picture's edge: enough to
+/// lose the edge row's detail (which would run in streaks), little enough to keep
+/// its colours where they are.
+constexpr float fillSpanAtEdge = 0.02f;
+/// The band inside the picture, in picture heights, over which it fades into the fill.
+constexpr float fillFeather = 0.15f;
+
+/// The running sum of an edge's columns at column x (any real x; whole turns wrap).
+VM_INLINE Rgba edgeSumAt(const float* sums, int columns, float x) {
+    const float turns = std::floor(x / static_cast<float>(columns));
+    float local = x - turns * static_cast<float>(columns);
+    local = clampf(local, 0.f, static_cast<float>(columns));
+    const int i = std::min(static_cast<int>(local), columns - 1);
+    const float t = local - static_cast<float>(i);
+    const Rgba whole{_mm_loadu_ps(sums + 4 * columns)};
+    const Rgba at = lerp({_mm_loadu_ps(sums + 4 * i)}, {_mm_loadu_ps(sums + 4 * (i + 1))}, t);
+    return at + whole * turns;
+}
+
+/// The fill beyond the picture's top (above) or bottom edge, at u and `t` of the way
+/// from the edge to the pole: the edge's mean over a span round the sphere that grows
+/// from fillSpanAtEdge to the whole circle at the pole, where every direction meets
+/// the same colour. Linear premultiplied.
+VM_INLINE Rgba edgeFill(const VmSampler& src, bool above, float u, float t) {
+    const int columns = src.edgeColumns;
+    const float* sums = src.edgeSums + (above ? 0 : 4 * (columns + 1));
+    // Growing evenly: faster and the colour would jump just past the edge.
+    const float span = fillSpanAtEdge + (1.f - fillSpanAtEdge) * clampf(t, 0.f, 1.f);
+    const float width = span * static_cast<float>(columns);
+    const float x0 = u * static_cast<float>(columns) - 0.5f * width;
+    return (edgeSumAt(sums, columns, x0 + width) - edgeSumAt(sums, columns, x0)) * (1.f / width);
+}
+
 // The hot loop is compiled twice, for x86-64-v3 (AVX2, FMA) and for any x86-64; the
 // dynamic loader picks one by the processor's features when the module is loaded.
 // (Not "arch=haswell": that clone is chosen by processor model, so AMD never gets it.)
@@ -351,12 +402,32 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
         for (int i = 0; i < w; ++i) {
             const float pixelU = cu[i + 1];
             const float pixelV = cv[i + 1];
-            Rgba c = sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot, i);
-            if (k.seamHalf > 0.f) {
-                const float ds = seamDistance(pixelU);
-                const float reach = std::fabs(ds);
-                if (reach < k.seamHalf)
-                    c = blendSeam<Format, Opaque>(src, k, c, ds, reach, pixelV, foot.lod[i]);
+            Rgba c;
+            if (k.partial && !(pixelV >= 0.f && pixelV <= 1.f)) {
+                const bool above = !(pixelV >= 0.f);
+                const float beyond = above ? -pixelV : pixelV - 1.f;
+                const float room = above ? k.roomAbove : k.roomBelow;
+                c = edgeFill(src, above, pixelU, room > 0.f ? beyond / room : 1.f);
+            } else {
+                c = sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot, i);
+                if (k.seamHalf > 0.f) {
+                    const float ds = seamDistance(pixelU);
+                    const float reach = std::fabs(ds);
+                    if (reach < k.seamHalf)
+                        c = blendSeam<Format, Opaque>(src, k, c, ds, reach, pixelV, foot.lod[i]);
+                }
+                if (k.partial) {
+                    // Near an edge with sphere beyond it, the picture fades into the
+                    // fill, so no line marks where the photo ends.
+                    const float fromTop = k.roomAbove > 0.f ? pixelV : 1.f;
+                    const float fromBottom = k.roomBelow > 0.f ? 1.f - pixelV : 1.f;
+                    const float edge = std::fmin(fromTop, fromBottom);
+                    if (edge < fillFeather) {
+                        const float near = 1.f - edge / fillFeather;
+                        const float blend = near * near * (3.f - 2.f * near);
+                        c = lerp(c, edgeFill(src, fromTop < fromBottom, pixelU, 0.f), blend);
+                    }
+                }
             }
             if constexpr (Opaque)
                 _mm_storeu_ps(out + 4 * i, c.v); // encoded below, a row at a time
@@ -423,7 +494,12 @@ __attribute__((visibility("default"))) void tinyPlanet(const VmSampler* source,
     k.invert = p.invert != 0;
     const float fy = finiteOr(p.flipY, 0.f) * fm::pi;
     const float fx = finiteOr(p.flipX, 0.f) * fm::pi;
-    k.flips = fy != 0.f || fx != 0.f;
+    bool level = true;
+    for (int i = 0; i < 9; ++i) {
+        k.pose[i] = finiteOr(p.pose[i], i % 4 == 0 ? 1.f : 0.f);
+        level = level && k.pose[i] == (i % 4 == 0 ? 1.f : 0.f);
+    }
+    k.flips = fy != 0.f || fx != 0.f || !level;
     k.cosFy = std::cos(fy);
     k.sinFy = std::sin(fy);
     k.cosFx = std::cos(fx);
@@ -432,6 +508,22 @@ __attribute__((visibility("default"))) void tinyPlanet(const VmSampler* source,
     const float bw = finiteOr(p.blendWidth, 0.f);
     k.seamHalf =
         bw >= 0.005f && source->seamRows > 0 && source->seamDelta ? std::fmin(bw, 1.f) * 0.5f : 0.f;
+    // A cover of no height, or one off the sphere, is taken as the whole sphere.
+    const float top = finiteOr(p.coverTop, 0.f);
+    const float height = finiteOr(p.coverHeight, 1.f);
+    if (height > 1e-4f && height <= 1.f && top >= 0.f && top + height <= 1.0001f) {
+        k.coverTop = top;
+        k.invCoverHeight = 1.f / height;
+        k.roomAbove = top / height;
+        k.roomBelow = std::fmax(1.f - top - height, 0.f) / height;
+        // The fill reads the edge table; without it the picture stays stretched.
+        k.partial = (k.roomAbove > 0.f || k.roomBelow > 0.f) && source->edgeSums &&
+                    source->edgeColumns == source->levels[0].width && source->edgeColumns > 0;
+        if (!k.partial) {
+            k.coverTop = 0.f;
+            k.invCoverHeight = 1.f;
+        }
+    }
     k.width = std::isfinite(p.inputSize.x) && p.inputSize.x > 0.f
                   ? p.inputSize.x
                   : static_cast<float>(source->levels[0].width);

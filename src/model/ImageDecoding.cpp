@@ -3,6 +3,7 @@
 #include "model/ColorProfile.h"
 #include "model/HeifDecoding.h"
 #include "model/JpegDecoding.h"
+#include "model/SourceMetadata.h"
 #include "render/DecodeBudget.h"
 
 #include <QBuffer>
@@ -136,7 +137,26 @@ void raiseImageAllocationLimit() {
         QImageReader::setAllocationLimit(allocationLimitMiB);
 }
 
+namespace {
+
+Result<render::Image> decodeFile(const QString& path, QStringList* warnings);
+
+} // namespace
+
 Result<render::Image> decodeImageFile(const QString& path, QStringList* warnings) {
+    Result<render::Image> decoded = decodeFile(path, warnings);
+    if (!decoded)
+        return decoded;
+    // A panorama's place on the sphere, as its Photo Sphere metadata says.
+    const render::SpherePlacement placement = spherePlacement(path);
+    if (placement == render::SpherePlacement())
+        return decoded;
+    return decoded->withSpherePlacement(placement);
+}
+
+namespace {
+
+Result<render::Image> decodeFile(const QString& path, QStringList* warnings) {
     const QFileInfo info(path);
     if (!info.exists())
         return Failure{QStringLiteral("%1: no such file").arg(path)};
@@ -176,6 +196,8 @@ Result<render::Image> decodeImageFile(const QString& path, QStringList* warnings
     }
     return decode(reader, path, info.size(), warnings);
 }
+
+} // namespace
 
 Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& format,
                                       QStringList* warnings) {

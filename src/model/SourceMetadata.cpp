@@ -4,8 +4,11 @@
 
 #include <exiv2/exiv2.hpp>
 
+#include <algorithm>
+#include <cmath>
 #include <exception>
 #include <mutex>
+#include <optional>
 
 namespace velmora {
 
@@ -51,6 +54,46 @@ QByteArray carriedExif(const QString& sourcePath) {
     } catch (const std::exception&) {
         return {};
     }
+}
+
+render::SpherePlacement spherePlacement(const QString& sourcePath) {
+    static std::once_flag quiet;
+    std::call_once(quiet, [] { Exiv2::LogMsg::setLevel(Exiv2::LogMsg::mute); });
+    render::SpherePlacement placement;
+    try {
+        const auto image = Exiv2::ImageFactory::open(QFile::encodeName(sourcePath).toStdString());
+        if (!image.get())
+            return placement;
+        image->readMetadata();
+        const Exiv2::XmpData& xmp = image->xmpData();
+        const auto number = [&xmp](const char* name) -> std::optional<double> {
+            const auto found = xmp.findKey(Exiv2::XmpKey(std::string("Xmp.GPano.") + name));
+            if (found == xmp.end())
+                return std::nullopt;
+            const QString text = QString::fromStdString(found->toString()).trimmed();
+            bool ok = false;
+            const double value = text.toDouble(&ok);
+            return ok && std::isfinite(value) ? std::optional<double>(value) : std::nullopt;
+        };
+        const auto projection = xmp.findKey(Exiv2::XmpKey("Xmp.GPano.ProjectionType"));
+        if (projection != xmp.end() &&
+            QString::fromStdString(projection->toString())
+                    .compare(QLatin1String("equirectangular"), Qt::CaseInsensitive) != 0)
+            return placement;
+        const std::optional<double> fullHeight = number("FullPanoHeightPixels");
+        const std::optional<double> top = number("CroppedAreaTopPixels");
+        const std::optional<double> height = number("CroppedAreaImageHeightPixels");
+        if (fullHeight && top && height && *fullHeight > 0.0 && *height > 0.0 && *top >= 0.0 &&
+            *top + *height <= *fullHeight + 0.5) {
+            placement.top = *top / *fullHeight;
+            placement.height = std::min(*height, *fullHeight - *top) / *fullHeight;
+        }
+        placement.pitchDegrees = std::clamp(number("PosePitchDegrees").value_or(0.0), -90.0, 90.0);
+        placement.rollDegrees = std::clamp(number("PoseRollDegrees").value_or(0.0), -180.0, 180.0);
+    } catch (const std::exception&) {
+        return {};
+    }
+    return placement;
 }
 
 } // namespace velmora

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "render/SpherePlacement.h"
+
 #include <QByteArray>
 #include <QString>
 
@@ -12,5 +14,11 @@ namespace velmora {
 /// Empty when the file has none of these or cannot be read: metadata never stops a
 /// render.
 QByteArray carriedExif(const QString& sourcePath);
+
+/// Where the picture lies on the sphere, from its Photo Sphere (GPano) XMP: the
+/// cropped area's top and height as fractions of the full panorama's height, and the
+/// camera's pitch and roll. Nothing for a file without it, with a projection other
+/// than equirectangular, or with values that do not fit together.
+render::SpherePlacement spherePlacement(const QString& sourcePath);
 
 } // namespace velmora

@@ -501,6 +501,14 @@ Image Image::fromPixels(std::shared_ptr<const SourcePixels> pixels) {
     return Image(std::make_shared<SourceNode>(std::move(pixels), QPoint(0, 0)));
 }
 
+Image Image::withSpherePlacement(const SpherePlacement& placement) const {
+    QPoint offset;
+    const std::shared_ptr<const SourcePixels> pixels = sourcePixels(&offset);
+    if (!pixels || offset != QPoint(0, 0))
+        return *this;
+    return fromPixels(pixels->withPlacement(placement));
+}
+
 Image Image::fromQImage(QImage image) {
     return fromPixels(SourcePixels::create(std::move(image)));
 }

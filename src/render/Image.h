@@ -1,5 +1,7 @@
 #pragma once
 
+#include "render/SpherePlacement.h"
+
 #include "render/Blend.h"
 
 #include <QImage>
@@ -91,6 +93,9 @@ public:
     /// The decoded pixels when this image is an untransformed source (possibly
     /// translated by a whole number of pixels), with that offset; null otherwise.
     std::shared_ptr<const SourcePixels> sourcePixels(QPoint* offset = nullptr) const;
+    /// A decoded source with its place on the sphere (from the file's metadata); any
+    /// other image as it is.
+    Image withSpherePlacement(const SpherePlacement& placement) const;
 
     const std::shared_ptr<const ImageNode>& node() const { return m_node; }
 

@@ -167,6 +167,13 @@ std::shared_ptr<const SourcePixels> SourcePixels::create(QImage image) {
     return std::make_shared<SourcePixels>(std::move(converted), VM_FORMAT_BGRA8);
 }
 
+std::shared_ptr<const SourcePixels>
+SourcePixels::withPlacement(const SpherePlacement& placement) const {
+    auto placed = std::make_shared<SourcePixels>(m_levels.front(), m_format);
+    placed->m_placement = placement;
+    return placed;
+}
+
 SourcePixels::SourcePixels(QImage image, int format)
     : m_format(format) {
     m_levels.push_back(std::move(image));
@@ -186,6 +193,8 @@ void SourcePixels::refreshSampler() const {
     m_sampler.seamDelta = m_seamDelta.empty() ? nullptr : m_seamDelta.data();
     m_sampler.seamRows = m_seamDelta.empty() ? 0 : height();
     m_sampler.seamWraps = m_seamWraps ? 1 : 0;
+    m_sampler.edgeSums = m_edgeSums.empty() ? nullptr : m_edgeSums.data();
+    m_sampler.edgeColumns = m_edgeSums.empty() ? 0 : width();
     m_sampler.decode8 = tables.decode8;
     m_sampler.decode16 = tables.decode16;
     m_sampler.encode = tables.encode;
@@ -195,6 +204,7 @@ void SourcePixels::ensurePyramid() const {
     std::call_once(m_pyramidOnce, [this] {
         buildPyramid();
         buildSeamTable();
+        buildEdgeTable();
         refreshSampler();
     });
 }
@@ -254,6 +264,48 @@ void seamDifferences(const VmSampler& s, int columns, std::vector<float>& out) {
                 _mm_storeu_ps(out.data() + 4 * static_cast<size_t>(y), ((left - right) * scale).v);
             }
         });
+}
+
+/// Each column's mean over `rows` rows from `first`, as running sums along the row.
+template <int Format>
+void edgeRunningSums(const VmSampler& s, int first, int rows, float* out) {
+    const VmLevel& level = s.levels[0];
+    std::vector<sampling::Rgba> columns(static_cast<size_t>(level.width));
+    const float scale = 1.f / static_cast<float>(rows);
+    tbb::parallel_for(tbb::blocked_range<int>(0, level.width),
+                      [&](const tbb::blocked_range<int>& range) {
+                          for (int x = range.begin(); x != range.end(); ++x) {
+                              sampling::Rgba sum;
+                              for (int y = first; y < first + rows; ++y)
+                                  sum = sum + sampling::texel<Format, false>(s, level, x, y);
+                              columns[static_cast<size_t>(x)] = sum * scale;
+                          }
+                      });
+    // In doubles: a row 16000 columns wide would lose the last bits in floats.
+    double total[4] = {};
+    for (int c = 0; c < 4; ++c)
+        out[c] = 0.f;
+    for (size_t x = 0; x < columns.size(); ++x) {
+        alignas(16) float v[4];
+        _mm_store_ps(v, columns[x].v);
+        for (size_t c = 0; c < 4; ++c) {
+            total[c] += v[c];
+            out[4 * (x + 1) + c] = static_cast<float>(total[c]);
+        }
+    }
+}
+
+void SourcePixels::buildEdgeTable() const {
+    // A hundredth of the height: the colour of the edge, not the detail of one row.
+    const int w = width();
+    const int h = height();
+    const int rows = std::clamp(h / 100, 1, h);
+    m_edgeSums.assign(2 * 4 * (static_cast<size_t>(w) + 1), 0.f);
+    withPixelFormat(m_format, [&](auto format) {
+        edgeRunningSums<decltype(format)::value>(m_sampler, 0, rows, m_edgeSums.data());
+        edgeRunningSums<decltype(format)::value>(m_sampler, h - rows, rows,
+                                                 m_edgeSums.data() + 4 * (w + 1));
+    });
 }
 
 void SourcePixels::buildSeamTable() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kernels/KernelAbi.h"
+#include "render/SpherePlacement.h"
 
 #include <QImage>
 
@@ -40,6 +41,9 @@ public:
     /// Keeps 16-bit pictures at 16 bits and 8-bit ones at 8, converting only layouts
     /// the samplers do not read directly. Null for a null image.
     static std::shared_ptr<const SourcePixels> create(QImage image);
+    /// The same pixels (shared, not copied) placed on the sphere as `placement` says.
+    std::shared_ptr<const SourcePixels> withPlacement(const SpherePlacement& placement) const;
+    const SpherePlacement& placement() const { return m_placement; }
 
     int width() const { return m_levels.front().width(); }
     int height() const { return m_levels.front().height(); }
@@ -61,11 +65,14 @@ public:
 private:
     void buildPyramid() const;
     void buildSeamTable() const;
+    void buildEdgeTable() const;
     void refreshSampler() const;
 
     int m_format;
+    SpherePlacement m_placement;
     mutable std::vector<QImage> m_levels;
     mutable std::vector<float> m_seamDelta;
+    mutable std::vector<float> m_edgeSums;
     mutable bool m_seamWraps = true;
     mutable VmSampler m_sampler{};
     mutable std::once_flag m_pyramidOnce;

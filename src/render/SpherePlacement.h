@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QSize>
+
+#include <array>
+#include <optional>
+
+namespace velmora::render {
+
+/// Where a picture lies on the viewing sphere, as its file says (Photo Sphere
+/// metadata) or nothing. An equirectangular picture's columns always span the full
+/// circle here; its rows may span only part of the sphere's height, and a camera
+/// that was not held level records how it was tilted.
+struct SpherePlacement {
+    /// The picture's top row and its height, as fractions of the full sphere's
+    /// height (0 the zenith, 1 the nadir); absent when the file does not say.
+    std::optional<double> top;
+    std::optional<double> height;
+    /// The camera's tilt: the picture's middle points this far above the horizon,
+    /// and the horizon turns this far anticlockwise in the picture.
+    double pitchDegrees = 0.0;
+    double rollDegrees = 0.0;
+
+    bool operator==(const SpherePlacement&) const = default;
+};
+
+/// The rows a picture covers, as fractions of the sphere's height.
+struct SphereCover {
+    double top = 0.0;
+    double height = 1.0;
+    bool operator==(const SphereCover&) const = default;
+};
+
+/// The cover of a picture of `size`: what its metadata says, when it says something
+/// sensible; otherwise a picture wider than 2:1 is taken as 360 degrees wide with its
+/// natural height (360 x height / width degrees) centred on the horizon, and any
+/// other as the whole sphere.
+SphereCover coverOf(QSize size, const SpherePlacement& placement);
+
+/// The rotation that turns a direction of the level world into the tilted camera's
+/// (the kernel's frame: x right, y the picture's middle, z down), row-major.
+std::array<float, 9> poseMatrix(double pitchDegrees, double rollDegrees);
+
+} // namespace velmora::render

@@ -227,6 +227,20 @@ Invocation parseRender(ArgumentReader& reader, bool animate) {
                        name.startsWith(QLatin1String("--"))
                            ? settingByOption(QStringView(name).mid(2))
                            : std::nullopt) {
+            if (settingInfo(*setting).control == SettingControl::choice) {
+                const auto v = value();
+                if (!v)
+                    return missing();
+                const std::optional<double> chosen = choiceValue(settingInfo(*setting), *v);
+                if (!chosen)
+                    return withError(
+                        inv, QStringLiteral("%1: '%2' is not %3")
+                                 .arg(name, *v,
+                                      QString::fromLatin1(settingInfo(*setting).valueName)
+                                          .replace(QLatin1Char('|'), QStringLiteral(" or "))));
+                r.settings[*setting] = *chosen;
+                continue;
+            }
             if (settingInfo(*setting).control == SettingControl::toggle) {
                 // A switch: on by itself, or --name=yes|no.
                 const std::optional<bool> on = hasInline ? yesNo(inlineValue) : true;
@@ -524,6 +538,10 @@ QString settingLine(const SettingInfo& info) {
                               QStringLiteral(" [%1]").arg(info.defaultValue != 0.0
                                                               ? QStringLiteral("yes")
                                                               : QStringLiteral("no")));
+    if (info.control == SettingControl::choice)
+        return optionLine(option + QLatin1Char(' ') + QLatin1String(info.valueName),
+                          QLatin1String(info.help) +
+                              QStringLiteral(" [%1]").arg(choiceName(info, info.defaultValue)));
     QString text = QLatin1String(info.help);
     if (!text.isEmpty())
         text += QLatin1Char(' ');

@@ -33,6 +33,7 @@ ProjectionParameters projectionParameters(const Look& look, double side) {
     p.invert = look.isOn(Setting::invert);
     p.blendWidth = f(Setting::blendWidth);
     p.repeats = f(Setting::repeats);
+    p.fullSphere = look.value(Setting::coverage) >= 0.5;
     p.outputSide = side;
     return p;
 }

@@ -71,6 +71,15 @@ public:
             const QJsonValue value = values.value(QLatin1String(info.name));
             if (value.isUndefined())
                 continue;
+            // A choice is written by name.
+            if (info.control == SettingControl::choice && value.isString()) {
+                const std::optional<double> chosen = choiceValue(info, value.toString());
+                if (!chosen)
+                    return fail(QStringLiteral("setting \"%1\" has no value \"%2\"")
+                                    .arg(QLatin1String(info.name), value.toString()));
+                look.setValue(info.setting, *chosen);
+                continue;
+            }
             // A switch may be written as true or false.
             if (info.control == SettingControl::toggle && value.isBool()) {
                 look.setValue(info.setting, value.toBool() ? 1.0 : 0.0);
@@ -168,8 +177,12 @@ private:
 
 QByteArray lookToJson(const Look& look) {
     QJsonObject settings;
-    for (const SettingInfo& info : settingsTable())
-        settings.insert(QLatin1String(info.name), look.value(info.setting));
+    for (const SettingInfo& info : settingsTable()) {
+        if (info.control == SettingControl::choice)
+            settings.insert(QLatin1String(info.name), choiceName(info, look.value(info.setting)));
+        else
+            settings.insert(QLatin1String(info.name), look.value(info.setting));
+    }
     QJsonArray layers;
     for (const PlacedLayer& layer : look.layers) {
         layers.append(QJsonObject{

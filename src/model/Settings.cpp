@@ -1,5 +1,8 @@
 #include "model/Settings.h"
 
+#include <algorithm>
+#include <cmath>
+
 namespace velmora {
 
 namespace {
@@ -22,6 +25,7 @@ constexpr std::array<SettingInfo, settingCount> table{{
     {Setting::repeats,         "repeats",         "Repeats",    "repeats",    "X",       "times the panorama goes round",           K::projection, C::slider,             1.0,   10.0,  1.0,    0.0, -100, 100,    R::wholeNumber,  ""},
     {Setting::blendWidth,      "blendWidth",      "Seam Blend", "seam-blend", "X",       "cross-fade where the picture's ends meet", K::projection, C::slider,             0.0,   0.4,   0.12,   0.0, 0.0, 1.0,     R::percentOrOff, ""},
     {Setting::invert,          "invert",          "Invert",     "invert",     "",        "sky in the middle",                       K::projection, C::toggle,             0.0,   1.0,   0.0,    0.0, 0.0, 1.0,     R::onOff,        ""},
+    {Setting::coverage,        "coverage",        "Coverage",   "coverage",   "auto|full", "the picture's place on the sphere", K::source, C::choice, 0.0, 1.0, 0.0, 0.0, 0.0, 1.0, R::choice, "", "auto=Automatic|full=Full sphere"},
     {Setting::gamma,           "gamma",           "Gamma",      "gamma",      "X",       "brightness of the mid-tones",             K::colour,     C::powerOfTwoSlider,   0.5,   2.0,   1.0,    0.0, 0.01, 100.,   R::decimal,      "dial.medium"},
     {Setting::contrast,        "contrast",        "Contrast",   "contrast",   "X",       "",                                        K::colour,     C::powerOfTwoSlider,   0.5,   2.0,   1.0,    0.0, 0.0, 100.,    R::decimal,      "circle.lefthalf.filled"},
     {Setting::saturation,      "saturation",      "Saturation", "saturation", "X",       "0 is black and white",                    K::colour,     C::slider,             0.0,   2.0,   1.0,    0.0, 0.0, 100.,    R::saturation,   "drop.fill"},
@@ -64,6 +68,35 @@ std::optional<Setting> settingByName(QStringView name) {
     return std::nullopt;
 }
 
+QList<SettingChoice> settingChoices(const SettingInfo& info) {
+    QList<SettingChoice> choices;
+    if (!info.choices)
+        return choices;
+    for (const QString& entry : QString::fromUtf8(info.choices).split(QLatin1Char('|'))) {
+        const qsizetype eq = entry.indexOf(QLatin1Char('='));
+        choices.append({entry.left(eq), entry.mid(eq + 1)});
+    }
+    return choices;
+}
+
+std::optional<double> choiceValue(const SettingInfo& info, QStringView name) {
+    const QList<SettingChoice> choices = settingChoices(info);
+    for (qsizetype i = 0; i < choices.size(); ++i) {
+        if (name.compare(choices[i].name, Qt::CaseInsensitive) == 0)
+            return static_cast<double>(i);
+    }
+    return std::nullopt;
+}
+
+QString choiceName(const SettingInfo& info, double value) {
+    const QList<SettingChoice> choices = settingChoices(info);
+    if (choices.isEmpty())
+        return {};
+    const auto i = static_cast<qsizetype>(
+        std::clamp(std::lround(value), 0L, static_cast<long>(choices.size() - 1)));
+    return choices[i].name;
+}
+
 QString formatReadout(SettingReadout readout, double value) {
     switch (readout) {
     case SettingReadout::decimal:
@@ -78,6 +111,8 @@ QString formatReadout(SettingReadout readout, double value) {
         return value < 0.005 ? QStringLiteral("B&W") : QString::asprintf("%.2f", value);
     case SettingReadout::onOff:
         return value != 0.0 ? QStringLiteral("On") : QStringLiteral("Off");
+    case SettingReadout::choice:
+        return QString::asprintf("%.0f", value); // the window shows the choice's label
     }
     return {};
 }

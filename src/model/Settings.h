@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 
 #include <array>
@@ -23,6 +24,7 @@ enum class Setting {
     repeats,
     blendWidth,
     invert,
+    coverage,
     gamma,
     contrast,
     saturation,
@@ -32,12 +34,15 @@ enum class Setting {
 inline constexpr std::size_t settingCount = static_cast<std::size_t>(Setting::vignette) + 1;
 
 /// What a change of the setting does to the document: a projection setting clears
-/// the selected preset and presets rewrite it; a colour setting keeps the preset.
-enum class SettingKind { projection, colour };
+/// the selected preset and presets rewrite it; a colour setting keeps the preset; a
+/// source setting (how the picture is read) changes the projection but belongs to
+/// no preset, so presets and the neutral grade leave it.
+enum class SettingKind { projection, colour, source };
 
 /// How the window edits it: a linear slider, a slider in powers of two (its middle
-/// is the default and each end is a factor of two away), or an on/off switch.
-enum class SettingControl { slider, powerOfTwoSlider, toggle };
+/// is the default and each end is a factor of two away), an on/off switch, or a
+/// choice among named values (stored as 0, 1, ... in the order `choices` lists them).
+enum class SettingControl { slider, powerOfTwoSlider, toggle, choice };
 
 /// How a value is written for people, in the sidebar's readout.
 enum class SettingReadout {
@@ -47,6 +52,7 @@ enum class SettingReadout {
     wholeNumber,  ///< "3"
     saturation,   ///< "0.80", "B&W" below 0.005
     onOff,        ///< "On", "Off"
+    choice,       ///< the chosen value's label: "Automatic"
 };
 
 /// One row of the settings table: everything the program says about a setting.
@@ -79,7 +85,22 @@ struct SettingInfo {
     SettingReadout readout;
     /// The symbol before the slider's title; empty for none.
     const char* symbol;
+    /// A choice's values, "name=Label|name=Label": the command line takes the names,
+    /// files store them, the window shows the labels. Null for other controls.
+    const char* choices = nullptr;
 };
+
+/// One value of a choice setting.
+struct SettingChoice {
+    QString name;  ///< "auto"
+    QString label; ///< "Automatic"
+};
+/// A choice setting's values in order (value 0 first); empty for other controls.
+QList<SettingChoice> settingChoices(const SettingInfo& info);
+/// The value of the choice named `name`, if the setting has one by that name.
+std::optional<double> choiceValue(const SettingInfo& info, QStringView name);
+/// The name of a choice setting's value (rounded to the nearest choice).
+QString choiceName(const SettingInfo& info, double value);
 
 /// The whole table, in Setting order.
 const std::array<SettingInfo, settingCount>& settingsTable();

@@ -3,6 +3,7 @@
 #include "model/PlanetModel.h"
 #include "style/Palette.h"
 #include "style/Typography.h"
+#include "ui/ChoiceRow.h"
 #include "ui/HeaderButton.h"
 #include "ui/PillToggle.h"
 #include "ui/PresetButton.h"
@@ -115,6 +116,26 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
             adjustShown = true;
         }
         const Setting setting = info.setting;
+        if (info.control == SettingControl::choice) {
+            QStringList labels;
+            for (const SettingChoice& choice : settingChoices(info))
+                labels.append(choice.label);
+            // A choice has no drag either: one pick is one undo step.
+            auto* row = new ChoiceRow(
+                QString::fromUtf8(info.label), labels,
+                [this, setting] { return static_cast<int>(std::lround(m_model.setting(setting))); },
+                [this, setting](int index) {
+                    m_model.recordHistory();
+                    m_model.setSetting(setting, index);
+                });
+            row->setObjectName(QStringLiteral("choice:") + QString::fromUtf8(info.label));
+            connect(&m_model, &PlanetModel::settingChanged, row, [row, setting](Setting s) {
+                if (s == setting)
+                    row->refresh();
+            });
+            settings->addWidget(row);
+            continue;
+        }
         if (info.control == SettingControl::toggle) {
             // A switch has no drag to commit at, so it records history itself.
             auto* toggle = new PillToggle(

@@ -86,6 +86,17 @@ TEST(CommandLineParsing, EverySettingOfTheTableIsAnOption) {
         const QString flag = QStringLiteral("--") + option;
         const QStringList base{QStringLiteral("render"), QStringLiteral("-o"),
                                QStringLiteral("x.png")};
+        if (info.control == SettingControl::choice) {
+            const QList<SettingChoice> choices = settingChoices(info);
+            for (qsizetype i = 0; i < choices.size(); ++i)
+                EXPECT_EQ(cli::parse(base + QStringList{flag + QLatin1Char('=') + choices[i].name})
+                              .render.settings.at(info.setting),
+                          static_cast<double>(i));
+            EXPECT_TRUE(
+                cli::parse(base + QStringList{flag, QStringLiteral("0.5")}).error.startsWith(flag));
+            EXPECT_TRUE(help.contains(flag + QLatin1Char(' ') + QLatin1String(info.valueName)));
+            continue;
+        }
         if (info.control == SettingControl::toggle) {
             EXPECT_EQ(cli::parse(base + QStringList{flag}).render.settings.at(info.setting), 1.0);
             EXPECT_EQ(cli::parse(base + QStringList{flag + QStringLiteral("=no")})

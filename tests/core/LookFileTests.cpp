@@ -20,7 +20,8 @@ namespace {
 Look busyLook() {
     Look look;
     for (const SettingInfo& info : settingsTable())
-        look.setValue(info.setting, info.control == SettingControl::toggle
+        look.setValue(info.setting, info.control == SettingControl::toggle ||
+                                            info.control == SettingControl::choice
                                         ? 1.0
                                         : info.lower + (info.upper - info.lower) / 3.0);
     look.selectedPreset.reset();
@@ -205,4 +206,24 @@ TEST(LookFile, ApplyingALookIsOneUndoStepAndKeepsThePicture) {
     EXPECT_EQ(model.undoDepth(), depth + 1);
     model.undo();
     EXPECT_EQ(model.look(), before);
+}
+
+// A choice is saved by its name, so a person reading the file sees "full", and a
+// name the setting does not have is a malformed file.
+TEST(LookFile, ChoicesAreSavedByName) {
+    Look look;
+    look.setValue(Setting::coverage, 1.0);
+    const QJsonObject settings = QJsonDocument::fromJson(lookToJson(look))
+                                     .object()
+                                     .value(QStringLiteral("settings"))
+                                     .toObject();
+    EXPECT_EQ(settings.value(QStringLiteral("coverage")).toString(), QStringLiteral("full"));
+    const QByteArray odd = edited(look, [](QJsonObject& root) {
+        QJsonObject values = root.value(QStringLiteral("settings")).toObject();
+        values.insert(QStringLiteral("coverage"), QStringLiteral("halfway"));
+        root.insert(QStringLiteral("settings"), values);
+    });
+    const Result<LoadedLook> read = lookFromJson(odd, nullptr, QStringLiteral("odd.velmora-look"));
+    ASSERT_FALSE(read);
+    EXPECT_TRUE(read.message().contains(QStringLiteral("halfway"))) << read.message();
 }

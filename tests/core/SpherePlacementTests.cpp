@@ -128,7 +128,8 @@ TEST(SphereCovers, ThePoseTurnsTheLevelWorldIntoTheCamera) {
 // A band from the horizon down to 60 degrees below it, tagged with where it belongs,
 // lands at those latitudes: its red upper half between the horizon and -30, its blue
 // lower half between -30 and -60. The same band without the tags is taken as 360 x
-// 60 about the horizon, so its red half is above the horizon. Beyond the band the
+// 60 about the horizon, so its red half is above the horizon, as it is when the
+// coverage is "Full sphere". Beyond the band the
 // edge colours continue, finite everywhere.
 TEST(PartialPanoramas, ACroppedBandLandsAtItsLatitudes) {
     const test::TempTree tree;
@@ -161,6 +162,13 @@ TEST(PartialPanoramas, ACroppedBandLandsAtItsLatitudes) {
         EXPECT_TRUE(near(at(placed, radiusOf(30 * pi / 180, side), angle), red)) << angle;
         EXPECT_TRUE(near(at(placed, 3, angle), blue)) << angle;
     }
+    // "Full sphere" stretches it over everything, whatever the file says: its red
+    // upper half becomes the sky.
+    Look full;
+    full.setValue(Setting::coverage, 1.0);
+    const QImage stretched = planetOf(decodeImageFile(tagged).value(), side, full);
+    EXPECT_TRUE(near(at(stretched, radiusOf(15 * pi / 180, side)), red));
+    EXPECT_TRUE(near(at(stretched, radiusOf(-15 * pi / 180, side)), blue));
     const QImage shaped = planetOf(decodeImageFile(plain).value(), side);
     EXPECT_TRUE(near(at(shaped, radiusOf(15 * pi / 180, side)), red));
     EXPECT_TRUE(near(at(shaped, radiusOf(-15 * pi / 180, side)), blue));

@@ -6,6 +6,7 @@
 #include "model/Resources.h"
 #include "support/TestSupport.h"
 #include "ui/CanvasRegion.h"
+#include "ui/ChoiceRow.h"
 #include "ui/ContentView.h"
 #include "ui/Header.h"
 #include "ui/HeaderButton.h"
@@ -25,6 +26,7 @@
 #include <QApplication>
 #include <QBuffer>
 #include <QClipboard>
+#include <QComboBox>
 #include <QDesktopServices>
 #include <QDir>
 #include <QFileInfo>
@@ -154,7 +156,8 @@ TEST_F(WindowTest, TheSidebarHasAControlForEveryRowOfTheTable) {
     QStringList shown;
     for (QWidget* w : view().sidebar()->findChildren<QWidget*>()) {
         if (w->objectName().startsWith(QStringLiteral("slider:")) ||
-            w->objectName().startsWith(QStringLiteral("toggle:")))
+            w->objectName().startsWith(QStringLiteral("toggle:")) ||
+            w->objectName().startsWith(QStringLiteral("choice:")))
             shown.append(w->objectName().section(QLatin1Char(':'), 1));
     }
     QStringList labels;
@@ -166,6 +169,22 @@ TEST_F(WindowTest, TheSidebarHasAControlForEveryRowOfTheTable) {
     for (const SettingInfo& info : settingsTable()) {
         const QString label = QString::fromUtf8(info.label);
         SCOPED_TRACE(label.toStdString());
+        if (info.control == SettingControl::choice) {
+            // A menu of the choices' labels; picking one is one undo step.
+            auto* row =
+                view().sidebar()->findChild<ui::ChoiceRow*>(QStringLiteral("choice:") + label);
+            ASSERT_NE(row, nullptr);
+            const QList<SettingChoice> choices = settingChoices(info);
+            ASSERT_EQ(row->menu()->count(), choices.size());
+            EXPECT_EQ(row->menu()->itemText(1), choices[1].label);
+            model().clearHistory();
+            row->menu()->activated(1);
+            EXPECT_EQ(model().setting(info.setting), 1.0);
+            model().undo();
+            EXPECT_EQ(model().setting(info.setting), info.defaultValue);
+            EXPECT_EQ(row->menu()->currentIndex(), 0);
+            continue;
+        }
         if (info.control == SettingControl::toggle) {
             ui::PillToggle* toggle = view().sidebar()->toggle(label);
             ASSERT_NE(toggle, nullptr);

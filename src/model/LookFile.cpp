@@ -88,7 +88,11 @@ public:
             const std::optional<double> number = finite(value);
             if (!number)
                 return fail(QStringLiteral("setting \"%1\" is not a number").arg(info.name));
-            look.setValue(info.setting, std::clamp(*number, info.minimum, info.maximum));
+            double v = std::clamp(*number, info.minimum, info.maximum);
+            // A choice by number is the nearest choice: it saves back by name.
+            if (info.control == SettingControl::choice)
+                v = std::round(v);
+            look.setValue(info.setting, v);
         }
 
         const QJsonValue layers = root.value(QStringLiteral("layers"));

@@ -226,4 +226,13 @@ TEST(LookFile, ChoicesAreSavedByName) {
     const Result<LoadedLook> read = lookFromJson(odd, nullptr, QStringLiteral("odd.velmora-look"));
     ASSERT_FALSE(read);
     EXPECT_TRUE(read.message().contains(QStringLiteral("halfway"))) << read.message();
+    // A number is taken as the nearest choice, so it saves back as a name.
+    const QByteArray numbered = edited(look, [](QJsonObject& root) {
+        QJsonObject values = root.value(QStringLiteral("settings")).toObject();
+        values.insert(QStringLiteral("coverage"), 0.7);
+        root.insert(QStringLiteral("settings"), values);
+    });
+    const Result<LoadedLook> near = lookFromJson(numbered, nullptr, QStringLiteral("n"));
+    ASSERT_TRUE(near) << near.message();
+    EXPECT_EQ(near->look.value(Setting::coverage), 1.0);
 }

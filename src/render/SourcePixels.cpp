@@ -204,7 +204,9 @@ void SourcePixels::ensurePyramid() const {
     std::call_once(m_pyramidOnce, [this] {
         buildPyramid();
         buildSeamTable();
-        buildEdgeTable();
+        // Only a picture that leaves part of the sphere open has edges to fill from.
+        if (coverOf(QSize(width(), height()), m_placement) != SphereCover{})
+            buildEdgeTable();
         refreshSampler();
     });
 }

@@ -15,7 +15,9 @@
 namespace velmora::bench {
 
 QString resources() {
-    return QStringLiteral(VELMORA_BENCH_RESOURCES);
+    // Another kernel build can be measured against this one by pointing here.
+    const QString chosen = qEnvironmentVariable("VELMORA_RESOURCES");
+    return chosen.isEmpty() ? QStringLiteral(VELMORA_BENCH_RESOURCES) : chosen;
 }
 
 QImage samplePicture() {

@@ -54,6 +54,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 using namespace velmora::sampling;
 namespace fm = velmora::fastmath;
@@ -231,15 +232,29 @@ VM_INLINE Rgba blendSeam(const VmSampler& src, const Setup& k, Rgba natural, flo
 }
 
 /// Most samples one pixel takes along its footprint; near the poles the footprint
-/// wraps the whole width but only a few rows.
-constexpr int maxTaps = 16;
+/// wraps the whole width but only a few rows, and fewer taps would read a coarser
+/// level, blurring the few rows into many (the ground under the camera into the
+/// landscape round it). Only the small area about a pole takes this many.
+constexpr int maxTaps = 32;
+constexpr float log2MaxTaps = 5.f;
+/// A footprint this much longer one way than the other is sampled with taps along it.
+constexpr float anisotropyFrom = 1.5f;
+/// A footprint stretched less than this is averaged as a box of its length with one
+/// tap per stretch; from there the taps step one texel apart at most and reach
+/// further, up to a tent of twice its length by tentFrom, where the planet squeezes
+/// a fine pattern hardest. Mild stretching keeps the cheap box: it costs half the
+/// taps, and its moire needs a squeeze it does not have.
+constexpr float carefulFrom = 3.f;
+constexpr float tentFrom = 6.f;
 
 /// How each pixel of a row is sampled, as plain arrays so the loop that fills them
-/// vectorises: the pyramid level, and `taps` samples spaced along (du, dv) when the
-/// footprint is much longer one way than the other.
+/// vectorises: log2 of the footprint's long and short axes in level-0 pixels, and
+/// whether it is so much longer one way than the other that it is sampled with taps
+/// along (du, dv), one footprint apart.
 struct RowFootprints {
     alignas(32) float lod[block];
-    alignas(32) int taps[block];
+    alignas(32) float lodMinor[block];
+    alignas(32) int anisotropic[block];
     alignas(32) float du[block];
     alignas(32) float dv[block];
 };
@@ -271,12 +286,12 @@ VM_INLINE void footprints(const float* __restrict pu, const float* __restrict pv
         const bool uMajor = pixelsU > pixelsV;
         const float major = uMajor ? pixelsU : pixelsV;
         const float minor = uMajor ? pixelsV : pixelsU;
-        float ratio = minor > 0.f ? major / minor : static_cast<float>(maxTaps);
-        ratio = clampf(ratio, 1.f, static_cast<float>(maxTaps));
-        const int taps = static_cast<int>(ratio + 0.5f);
-        // The level suits the spacing between taps: major / taps source pixels.
-        out.lod[i] = fastLog2(major) - fastLog2(static_cast<float>(taps));
-        out.taps[i] = taps;
+        // Both logs taken unconditionally: one inside a select keeps the loop scalar.
+        const float lodMajor = fastLog2(major);
+        const float lodMinor = fastLog2(minor);
+        out.lod[i] = lodMajor;
+        out.lodMinor[i] = lodMinor;
+        out.anisotropic[i] = major > anisotropyFrom * minor ? 1 : 0;
         out.du[i] = uMajor ? eu : 0.f;
         out.dv[i] = uMajor ? 0.f : ev;
     }
@@ -285,16 +300,51 @@ VM_INLINE void footprints(const float* __restrict pu, const float* __restrict pv
 template <int Format, bool Opaque>
 VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const RowFootprints& f,
                                int i) {
-    const int taps = f.taps[i];
+    if (!f.anisotropic[i])
+        return samplePanorama<Format, Opaque>(src, u, v, f.lod[i]);
+    const int last = src.levelCount - 1;
+    const float stretch = fm::exp2(f.lod[i] - f.lodMinor[i]);
+    int taps;
+    int level;
+    float tent = 0.f;
+    float spread = 1.f;
+    if (stretch < carefulFrom) {
+        // Mildly stretched: as many taps as the stretch, at the level of their spacing.
+        taps = static_cast<int>(stretch + 0.5f);
+        level = std::min(static_cast<int>(clampf(f.lodMinor[i] + 0.5f, 0.f, 30.f)), last);
+    } else {
+        // Squeezed hard (towards the poles): the level suits the short axis, or is
+        // coarser when the long one would need more than maxTaps; the taps then step
+        // at most one texel of that level apart, so their bilinear tents add up to a
+        // flat box (wider steps leave ripples that alias a fine pattern's harmonics
+        // into rings), and reach further, up to a tent of twice the footprint, whose
+        // weak side lobes leave no moire.
+        tent = clampf((stretch - carefulFrom) * (1.f / (tentFrom - carefulFrom)), 0.f, 1.f);
+        spread = 1.f + tent;
+        const float lodReach = f.lod[i] + fastLog2(spread);
+        const int byMinor = -floorToInt(-clampf(f.lodMinor[i] + fastLog2(spread), 0.f, 30.f));
+        const int byCap = -floorToInt(-(lodReach - log2MaxTaps));
+        level = std::min(std::max(byMinor, byCap), last);
+        taps = -floorToInt(-fm::exp2(lodReach - static_cast<float>(level)));
+        taps = taps < 1 ? 1 : (taps > maxTaps ? maxTaps : taps);
+    }
     if (taps <= 1)
         return samplePanorama<Format, Opaque>(src, u, v, f.lod[i]);
-    // The taps already average along the long axis, so each one reads a single level
-    // (the nearest) instead of blending two: half the fetches, the same look.
-    const int last = src.levelCount - 1;
-    const int level = static_cast<int>(clampf(f.lod[i] + 0.5f, 0.f, static_cast<float>(last)));
     const VmLevel& at = src.levels[level];
     Rgba sum;
     const float step = 1.f / static_cast<float>(taps);
+    // Weights summing to one: the box's 1 / taps blended with the tent's. Tap t sits
+    // at x = (2t + 1) / taps - 1 of the way from the middle to either end; the tent's
+    // weights 1 - |x| add up to taps / 2, plus 1 / (2 taps) when taps is odd.
+    const float tentSum = 0.5f * static_cast<float>(taps) + (taps % 2 ? 0.5f * step : 0.f);
+    const float boxWeight = (1.f - tent) * step;
+    const float tentScale = tent / tentSum;
+    const auto weight = [&](int t) {
+        return boxWeight +
+               tentScale * (1.f - std::fabs(static_cast<float>(2 * t + 1) * step - 1.f));
+    };
+    const float du = f.du[i] * spread;
+    const float dv = f.dv[i] * spread;
     if (f.dv[i] == 0.f) {
         // Stretched round the planet: every tap reads the same two rows, so find them
         // once and blend the rows' sums instead of each tap's pair.
@@ -310,28 +360,31 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
         // In texels of this level, not wrapped: u is in [0, 1] and du at most a half,
         // so x stays within a width either side and one correction wraps it.
         const float fw = static_cast<float>(w);
-        const float spacing = step * f.du[i] * fw;
-        const float first = (u - 0.5f * f.du[i]) * fw + 0.5f * spacing - 0.5f;
+        const float spacing = step * du * fw;
+        const float first = (u - 0.5f * du) * fw + 0.5f * spacing - 0.5f;
         for (int t = 0; t < taps; ++t) {
             const float x = first + static_cast<float>(t) * spacing;
             int x0 = floorToInt(x);
             const float tx = x - static_cast<float>(x0);
             x0 = x0 < 0 ? x0 + w : (x0 >= w ? x0 - w : x0);
             const int x1 = x0 + 1 == w ? 0 : x0 + 1;
+            const float wt = weight(t);
             top = top + lerp(texelInRow<Format, Opaque>(src, r0, x0),
-                             texelInRow<Format, Opaque>(src, r0, x1), tx);
+                             texelInRow<Format, Opaque>(src, r0, x1), tx) *
+                            wt;
             bottom = bottom + lerp(texelInRow<Format, Opaque>(src, r1, x0),
-                                   texelInRow<Format, Opaque>(src, r1, x1), tx);
+                                   texelInRow<Format, Opaque>(src, r1, x1), tx) *
+                                  wt;
         }
-        return lerp(top, bottom, ty) * step;
+        return lerp(top, bottom, ty);
     }
     for (int t = 0; t < taps; ++t) {
         const float along = (static_cast<float>(t) + 0.5f) * step - 0.5f;
-        float tu = u + along * f.du[i];
+        float tu = u + along * du;
         tu -= static_cast<float>(floorToInt(tu));
-        sum = sum + bilinearPanorama<Format, Opaque>(src, at, tu, v + along * f.dv[i]);
+        sum = sum + bilinearPanorama<Format, Opaque>(src, at, tu, v + along * dv) * weight(t);
     }
-    return sum * step;
+    return sum;
 }
 
 /// How far round the sphere the fill averages right at the picture's edge: enough to

@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
 # The bash completion offers the commands, each command's options and no other's,
 # preset names, choices and the artwork ids `velmora layers` prints, quoted for the
-# shell; it does so with bash-completion loaded and without. Together the
-# completions offer every option --help lists, and each only where the program takes
-# it. The zsh completion parses and lists the same options.
+# shell; it does so with bash-completion loaded and without. Each shell's completion
+# offers every option --help lists, and each only where the program takes it.
 # Usage: completions.sh VELMORA COMPLETION_DIR
 set -uo pipefail
 velmora=$(realpath "$1")
@@ -81,39 +80,57 @@ fi
 # it is offered (without a value it is a usage error, never an unknown option).
 help_options=$("$velmora" --help | grep -oE '(^|[^[:alnum:]-])--?[a-z][a-z0-9-]*' |
     sed -E 's/^[^-]+//' | sort -u)
-all=$( (offered -; offered render -; offered animate -) | sort -u)
-missing=$(comm -23 <(echo "$help_options") <(echo "$all"))
-if [ -n "$missing" ]; then
-    echo "offered nowhere: $(echo $missing)"
-    status=1
-fi
-for command in render animate; do
-    for option in $(offered $command -); do
-        said=$("$velmora" $command "$option" 2>&1 </dev/null)
+check_offers() { # SHELL TOP-LEVEL RENDER ANIMATE: what the shell offers in each place
+    local missing option said
+    missing=$(comm -23 <(echo "$help_options") <(printf '%s\n' $2 $3 $4 | sort -u))
+    if [ -n "$missing" ]; then
+        echo "$1 offers nowhere: $(echo $missing)"
+        status=1
+    fi
+    for option in $3; do
+        said=$("$velmora" render "$option" 2>&1 </dev/null)
         if [[ $said == *"unknown option"* ]]; then
-            echo "'velmora $command' is offered $option but does not take it"
+            echo "$1: 'velmora render' is offered $option but does not take it"
             status=1
         fi
     done
-done
+    for option in $4; do
+        said=$("$velmora" animate "$option" 2>&1 </dev/null)
+        if [[ $said == *"unknown option"* ]]; then
+            echo "$1: 'velmora animate' is offered $option but does not take it"
+            status=1
+        fi
+    done
+}
+check_offers bash "$(offered -)" "$(offered render -)" "$(offered animate -)"
 
-# zsh: the script parses, and names the options --help lists.
+# zsh: the script parses, and hands _arguments the right specs for each command.
+# Driving zsh's completion needs a terminal; stand-ins that print what they are given
+# show what it would offer.
 if command -v zsh >/dev/null; then
     zsh -n "$dir/_velmora" || { echo "_velmora does not parse"; status=1; }
-    # Long options wherever they stand; short ones as zsh's specs start them.
-    zsh_options=$( (grep -oE '(^|[^[:alnum:]-])--[a-z][a-z0-9-]*' "$dir/_velmora"
-        grep -oE "[{'(,]-[a-z]([^[:alnum:]-]|$)" "$dir/_velmora" | sed -E 's/.$//') |
-        sed -E 's/^[^-]+//' | sort -u)
-    missing=$(comm -23 <(echo "$help_options") <(echo "$zsh_options"))
-    if [ -n "$missing" ]; then
-        echo "the zsh completion lacks: $(echo $missing)"
-        status=1
-    fi
-    extra=$(comm -13 <(echo "$help_options") <(echo "$zsh_options"))
-    if [ -n "$extra" ]; then
-        echo "the zsh completion offers options --help does not list: $(echo $extra)"
-        status=1
-    fi
+    cat >"$work/specs.zsh" <<'ZSH'
+_arguments() { [[ $1 == -s ]] && shift; print -rl -- "$@" }
+_alternative() { print -rl -- "$@" }
+_files() { }
+_describe() { }
+_call_program() { }
+source "$1" >/dev/null
+words=(velmora "${(@)argv[2,-1]}")
+CURRENT=${#words}
+_velmora
+ZSH
+    specs() { zsh -f "$work/specs.zsh" "$dir/_velmora" "$@"; }
+    # A spec is "(exclusions)*--name[description]:...": its option is the name.
+    spec_options() { sed -E 's/^\([^)]*\)//; s/^\*//' | grep -oE '^--?[a-z][a-z0-9-]*'; }
+    top=$(specs "" | sed -n 's/^options:option:(\(.*\))$/\1/p')
+    check_offers zsh "$top" "$(specs render "" | spec_options)" \
+        "$(specs animate "" | spec_options)"
+    specs render "" | grep -F -- "--preset[" >/dev/null ||
+        { echo "zsh offers render no --preset"; status=1; }
+    specs render "" | grep -F -- "--coverage[" | grep -F "(auto full)" >/dev/null ||
+        { echo "zsh offers no choices for --coverage"; status=1; }
+    specs "" | grep -F 'render\:' >/dev/null || { echo "zsh offers no commands"; status=1; }
 else
     echo "no zsh; its completion not checked"
 fi

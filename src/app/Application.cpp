@@ -57,7 +57,8 @@ void loadBundledFonts() {
 void prepareApplication() {
     auto* app = qobject_cast<QApplication*>(QCoreApplication::instance());
     QApplication::setApplicationDisplayName(QStringLiteral("Velmora"));
-    QApplication::setDesktopFileName(QStringLiteral("velmora"));
+    // The installed desktop entry (packaging/), by which docks match the window to it.
+    QApplication::setDesktopFileName(QStringLiteral("com.velmora.Velmora"));
     // The one fatal condition is worth a dialog: the window is the user's only console.
     setFatalErrorHandler([](const QString& message) {
         QMessageBox::critical(nullptr, QStringLiteral("Velmora"), message);

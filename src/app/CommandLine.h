@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/HelpText.h"
 #include "layers/LayerBlendMode.h"
 #include "layers/LayerLibrary.h"
 #include "layers/PlacedLayer.h"
@@ -85,7 +86,6 @@ QString unescapedAssetID(const QString& text);
 /// escaped as escapedAssetID() writes it.
 std::optional<LayerPlacement> parseLayerOption(const QString& text, QString* error);
 
-QString helpText();
 QString versionText();
 
 /// Whether this invocation needs a window system (only the window does).

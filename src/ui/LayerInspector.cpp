@@ -150,7 +150,7 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
     row->setSpacing(spacing);
     row->setSizeConstraint(QLayout::SetFixedSize);
 
-    auto* caption = new QLabel(QStringLiteral("Layer"), this);
+    auto* caption = new QLabel(tr("Layer"), this);
     caption->setObjectName(QStringLiteral("caption"));
     caption->setFont(style::uiFont(11, QFont::Bold, 1.0));
     setForeground(caption, style::Palette::secondaryText);
@@ -163,45 +163,40 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
                                       style::Palette::secondaryText, this));
     m_opacity = new TintedSlider(style::Palette::accent, this);
     m_opacity->setObjectName(QStringLiteral("opacity"));
-    m_opacity->setAccessibleName(QStringLiteral("Opacity"));
+    m_opacity->setAccessibleName(tr("Opacity"));
     m_opacity->setFixedWidth(opacityWidth);
     opacity->addWidget(m_opacity);
     row->addLayout(opacity);
 
     m_blendButton = new ValueButton(56, 6, true, this);
     m_blendButton->setObjectName(QStringLiteral("blendMode"));
-    m_blendButton->setToolTip(QStringLiteral("Blend mode"));
+    m_blendButton->setToolTip(tr("Blend mode"));
     row->addWidget(m_blendButton);
 
     IconButton* flipButton =
         addIconButton(QStringLiteral("arrow.left.and.right.righttriangle.left.righttriangle.right"),
-                      QStringLiteral("Flip"), QStringLiteral("flip"));
-    IconButton* rotateLeft =
-        addIconButton(QStringLiteral("rotate.left"), QStringLiteral("Rotate \u221215\u00b0"),
-                      QStringLiteral("rotateLeft"));
+                      tr("Flip"), QStringLiteral("flip"));
+    IconButton* rotateLeft = addIconButton(QStringLiteral("rotate.left"), tr("Rotate −15°"),
+                                           QStringLiteral("rotateLeft"));
     m_rotationButton = new ValueButton(38, 4, false, this);
     m_rotationButton->setObjectName(QStringLiteral("rotation"));
-    m_rotationButton->setToolTip(QStringLiteral("Reset rotation"));
+    m_rotationButton->setToolTip(tr("Reset rotation"));
     m_rotationButton->setFont(style::uiFont(11, QFont::DemiBold));
     row->addWidget(m_rotationButton);
-    IconButton* rotateRight =
-        addIconButton(QStringLiteral("rotate.right"), QStringLiteral("Rotate +15\u00b0"),
-                      QStringLiteral("rotateRight"));
-    IconButton* orient =
-        addIconButton(QStringLiteral("location.north.circle"), QStringLiteral("Orient to planet"),
-                      QStringLiteral("orient"));
-    IconButton* centre = addIconButton(QStringLiteral("scope"), QStringLiteral("Centre on planet"),
-                                       QStringLiteral("centre"));
-    IconButton* forward =
-        addIconButton(QStringLiteral("square.3.layers.3d.top.filled"),
-                      QStringLiteral("Bring forward"), QStringLiteral("bringForward"));
-    IconButton* backward =
-        addIconButton(QStringLiteral("square.3.layers.3d.bottom.filled"),
-                      QStringLiteral("Send backward"), QStringLiteral("sendBackward"));
-    IconButton* remove = addIconButton(QStringLiteral("trash"), QStringLiteral("Delete layer"),
-                                       QStringLiteral("delete"), true);
+    IconButton* rotateRight = addIconButton(QStringLiteral("rotate.right"), tr("Rotate +15°"),
+                                            QStringLiteral("rotateRight"));
+    IconButton* orient = addIconButton(QStringLiteral("location.north.circle"),
+                                       tr("Orient to planet"), QStringLiteral("orient"));
+    IconButton* centre =
+        addIconButton(QStringLiteral("scope"), tr("Centre on planet"), QStringLiteral("centre"));
+    IconButton* forward = addIconButton(QStringLiteral("square.3.layers.3d.top.filled"),
+                                        tr("Bring forward"), QStringLiteral("bringForward"));
+    IconButton* backward = addIconButton(QStringLiteral("square.3.layers.3d.bottom.filled"),
+                                         tr("Send backward"), QStringLiteral("sendBackward"));
+    IconButton* remove =
+        addIconButton(QStringLiteral("trash"), tr("Delete layer"), QStringLiteral("delete"), true);
     // The keys by the names printed on them.
-    remove->setToolTip(QStringLiteral("Delete layer (Delete or Backspace)"));
+    remove->setToolTip(tr("Delete layer (Delete or Backspace)"));
 
     // The model's operations act on the selection, which is this inspector's layer.
     connect(m_opacity, &QSlider::sliderPressed, this, [this] { m_model.recordHistory(); });

@@ -2,6 +2,7 @@
 
 #include "ui/FloatingCapsule.h"
 
+#include <QCoreApplication>
 #include <QUuid>
 
 #include <optional>
@@ -24,6 +25,8 @@ class TintedSlider;
 /// keeps working (doing nothing) if that layer disappears. Its owner shows and
 /// hides it.
 class LayerInspector : public FloatingCapsule {
+    Q_DECLARE_TR_FUNCTIONS(LayerInspector)
+
 public:
     explicit LayerInspector(PlanetModel& model, QWidget* parent = nullptr);
     ~LayerInspector() override;

@@ -25,6 +25,8 @@ constexpr int spacing = 14;
 constexpr int compactSpacing = 8;
 constexpr int opacityWidth = 110;
 constexpr int compactOpacityWidth = 72;
+/// The least of a blend mode's name shown when a long one is cut short.
+constexpr int minBlendTextWidth = 44;
 constexpr double buttonRadius = 7;
 
 void setForeground(QWidget* widget, const QColor& colour) {
@@ -94,10 +96,24 @@ public:
     }
 
     QSize sizeHint() const override {
-        const int textWidth = QFontMetrics(font()).horizontalAdvance(text());
-        return {std::max(m_minWidth, textWidth + chevronRoom() + 2 * m_paddingX), buttonSide};
+        return {std::max(m_minWidth, shownTextWidth() + chevronRoom() + 2 * m_paddingX),
+                buttonSide};
     }
     QSize minimumSizeHint() const override { return sizeHint(); }
+
+    int wholeTextWidth() const { return QFontMetrics(font()).horizontalAdvance(text()); }
+    int shownTextWidth() const {
+        return m_textLimit > 0 ? std::min(m_textLimit, wholeTextWidth()) : wholeTextWidth();
+    }
+    bool isElided() const { return shownTextWidth() < wholeTextWidth(); }
+    /// At most this much of the label's width shows, the rest elided; 0 for all of it.
+    void setTextLimit(int limit) {
+        if (limit == m_textLimit)
+            return;
+        m_textLimit = limit;
+        updateGeometry();
+        update();
+    }
 
     void setLabel(const QString& label, const QColor& colour) {
         const bool resized = label != text();
@@ -117,7 +133,8 @@ protected:
         const QRect textRect = content.adjusted(0, 0, -chevronRoom(), 0);
         painter.setPen(colour);
         painter.setFont(font());
-        painter.drawText(textRect, Qt::AlignCenter, text());
+        painter.drawText(textRect, Qt::AlignCenter,
+                         QFontMetrics(font()).elidedText(text(), Qt::ElideRight, textRect.width()));
         if (m_chevron) {
             const double cx = textRect.right() + chevronRoom() / 2.0 + 1;
             const double cy = height() / 2.0;
@@ -139,6 +156,7 @@ private:
     int m_minWidth;
     int m_paddingX;
     bool m_chevron;
+    int m_textLimit = 0;
 };
 
 LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
@@ -234,9 +252,22 @@ LayerInspector::IconButton* LayerInspector::addIconButton(const QString& symbol,
 }
 
 bool LayerInspector::fitWidth(int available) {
+    // Widths with the blend mode's whole name. A name too long even for the compact
+    // bar (some languages' are) is cut short, and its tooltip says it whole.
+    const auto wholeWidth = [this] {
+        return sizeHint().width() + m_blendButton->wholeTextWidth() -
+               m_blendButton->shownTextWidth();
+    };
     setCompact(false);
-    if (sizeHint().width() > available)
+    if (wholeWidth() > available)
         setCompact(true);
+    const int over = wholeWidth() - available;
+    m_blendButton->setTextLimit(
+        over > 0 ? std::max(minBlendTextWidth, m_blendButton->wholeTextWidth() - over) : 0);
+    layout()->activate();
+    m_blendButton->setToolTip(m_blendButton->isElided()
+                                  ? tr("Blend mode: %1").arg(m_blendButton->text())
+                                  : tr("Blend mode"));
     return sizeHint().width() <= available;
 }
 

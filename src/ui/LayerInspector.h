@@ -36,7 +36,8 @@ public:
 
     /// Lays the bar out to fit `available` pixels if it can: in a narrow canvas it
     /// drops its caption, closes up and shortens the opacity slider, keeping every
-    /// control. Returns whether it now fits.
+    /// control; a blend mode's name still too long is cut short with an ellipsis.
+    /// Returns whether it now fits.
     bool fitWidth(int available);
     bool isCompact() const { return m_compact; }
 

@@ -2,6 +2,91 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="de">
 <context>
+    <name>Clipboard</name>
+    <message>
+        <source>the clipboard holds no picture</source>
+        <translation>die Zwischenablage enthält kein Bild</translation>
+    </message>
+    <message>
+        <source>the picture on the clipboard cannot be read</source>
+        <translation>das Bild in der Zwischenablage kann nicht gelesen werden</translation>
+    </message>
+    <message>
+        <source>there is no clipboard</source>
+        <translation>es gibt keine Zwischenablage</translation>
+    </message>
+    <message>
+        <source>the picture could not be encoded for the clipboard</source>
+        <translation>das Bild konnte nicht für die Zwischenablage kodiert werden</translation>
+    </message>
+</context>
+<context>
+    <name>DocumentFiles</name>
+    <message>
+        <source>there is no picture</source>
+        <translation>es ist kein Bild geöffnet</translation>
+    </message>
+    <message>
+        <source>a side of %1 pixels is beyond the %2 an output may have</source>
+        <translation>eine Seitenlänge von %1 Pixeln übersteigt die möglichen %2</translation>
+    </message>
+</context>
+<context>
+    <name>ImageDecoding</name>
+    <message>
+        <source>%1: %2; its colours are shown as sRGB</source>
+        <translation>%1: %2; die Farben werden als sRGB angezeigt</translation>
+    </message>
+    <message>
+        <source>%1: cannot decode the picture (%2)</source>
+        <translation>%1: Das Bild kann nicht dekodiert werden (%2)</translation>
+    </message>
+    <message>
+        <source>half</source>
+        <translation>die Hälfte</translation>
+    </message>
+    <message>
+        <source>a quarter</source>
+        <translation>ein Viertel</translation>
+    </message>
+    <message>
+        <source>an eighth</source>
+        <translation>ein Achtel</translation>
+    </message>
+    <message>
+        <source>%1: the picture&apos;s data is damaged, parts of it may show faults (%2)</source>
+        <translation>%1: Die Bilddaten sind beschädigt, Teile des Bildes können Fehler zeigen (%2)</translation>
+    </message>
+    <message>
+        <source>%1: %2 × %3 pixels is more than the %4-megapixel limit; opened at %5 the size, %6 × %7</source>
+        <translation>%1: %2 × %3 Pixel sind mehr als die Grenze von %4 Megapixeln; geöffnet auf %5 der Größe, %6 × %7</translation>
+    </message>
+    <message>
+        <source>%1: no such file</source>
+        <translation>%1: Datei nicht gefunden</translation>
+    </message>
+    <message>
+        <source>%1: is a folder, not a picture</source>
+        <translation>%1: ist ein Ordner, kein Bild</translation>
+    </message>
+    <message>
+        <source>%1: is not a regular file</source>
+        <translation>%1: ist keine reguläre Datei</translation>
+    </message>
+    <message>
+        <source>%1: cannot be read (permission denied)</source>
+        <translation>%1: kann nicht gelesen werden (keine Berechtigung)</translation>
+    </message>
+    <message>
+        <source>%1: the file is empty</source>
+        <translation>%1: Die Datei ist leer</translation>
+    </message>
+    <message>
+        <source>%1: cannot be read</source>
+        <translation>%1: kann nicht gelesen werden</translation>
+    </message>
+</context>
+<context>
     <name>LayerBlendMode</name>
     <message>
         <source>Normal</source>
@@ -166,6 +251,60 @@
     </message>
 </context>
 <context>
+    <name>LookFile</name>
+    <message>
+        <source>%1: the artwork &quot;%2&quot; is not in the library; the look is applied without it</source>
+        <translation>%1: Die Grafik „%2“ ist nicht in der Bibliothek; der Look wird ohne sie angewendet</translation>
+    </message>
+    <message>
+        <source>%1: cannot read the look, %2</source>
+        <translation>%1: Der Look kann nicht gelesen werden, %2</translation>
+    </message>
+    <message>
+        <source>%1: no such file</source>
+        <translation>%1: Datei nicht gefunden</translation>
+    </message>
+    <message>
+        <source>%1: is not a regular file</source>
+        <translation>%1: ist keine reguläre Datei</translation>
+    </message>
+    <message>
+        <source>%1: is far too large for a look</source>
+        <translation>%1: ist viel zu groß für einen Look</translation>
+    </message>
+</context>
+<context>
+    <name>OutputFile</name>
+    <message>
+        <source>%1: not enough memory to render the picture</source>
+        <translation>%1: nicht genug Speicher, um das Bild zu berechnen</translation>
+    </message>
+    <message>
+        <source>%1: cannot encode the JPEG (%2)</source>
+        <translation>%1: JPEG kann nicht kodiert werden (%2)</translation>
+    </message>
+    <message>
+        <source>%1: WebP holds at most %2 pixels a side, not %3</source>
+        <translation>%1: WebP erlaubt höchstens %2 Pixel pro Seite, nicht %3</translation>
+    </message>
+    <message>
+        <source>%1: cannot encode the WebP picture</source>
+        <translation>%1: WebP-Bild kann nicht kodiert werden</translation>
+    </message>
+    <message>
+        <source>%1: cannot add the metadata to the WebP picture</source>
+        <translation>%1: Metadaten können dem WebP-Bild nicht hinzugefügt werden</translation>
+    </message>
+    <message>
+        <source>%1: nothing to write</source>
+        <translation>%1: nichts zu schreiben</translation>
+    </message>
+    <message>
+        <source>%1: unknown format</source>
+        <translation>%1: unbekanntes Format</translation>
+    </message>
+</context>
+<context>
     <name>Preset</name>
     <message>
         <source>Classic Planet</source>
@@ -291,6 +430,21 @@
     <message>
         <source>Copied to clipboard</source>
         <translation>In die Zwischenablage kopiert</translation>
+    </message>
+</context>
+<context>
+    <name>UserArtwork</name>
+    <message>
+        <source>not a regular file</source>
+        <translation>keine reguläre Datei</translation>
+    </message>
+    <message>
+        <source>the drawing has no size</source>
+        <translation>die Zeichnung hat keine Größe</translation>
+    </message>
+    <message>
+        <source>%1: shipped artwork cannot be removed</source>
+        <translation>%1: Mitgelieferte Grafiken können nicht entfernt werden</translation>
     </message>
 </context>
 <context>

@@ -14,6 +14,7 @@
 #include "ui/PresetButton.h"
 #include "ui/SettingSlider.h"
 #include "ui/Sidebar.h"
+#include "ui/Toast.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -233,6 +234,16 @@ TEST_F(GermanWindowTest, NoVisibleWordIsStillTheEnglishSource) {
     EXPECT_TRUE(texts.contains(QStringLiteral("Voreinstellungen")));
     EXPECT_EQ(window->content()->canvasRegion()->inspector()->blendModeButton()->text(),
               QStringLiteral("Negativ multiplizieren"));
+}
+
+TEST_F(GermanWindowTest, AFailureIsSaidInGermanDetailIncluded) {
+    ASSERT_TRUE(installed);
+    const QString missing = QStringLiteral("/nonexistent/Strand.jpg");
+    window->content()->chooseImageFile = [missing] { return missing; };
+    window->content()->importPhoto();
+    EXPECT_TRUE(window->content()->isToastShown());
+    EXPECT_EQ(window->content()->toast()->text(),
+              QStringLiteral("Öffnen fehlgeschlagen: %1: Datei nicht gefunden").arg(missing));
 }
 
 TEST_F(GermanWindowTest, SidebarHeaderAndInspectorFitTheirLongerWordsAtTheSmallestWindow) {

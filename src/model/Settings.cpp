@@ -1,6 +1,7 @@
 #include "model/Settings.h"
 
 #include <QCoreApplication>
+#include <QLocale>
 
 #include <algorithm>
 #include <cmath>
@@ -52,6 +53,13 @@ static_assert(inSettingOrder(), "the settings table must list every setting in S
 
 QString translated(const char* text) {
     return QCoreApplication::translate("Setting", text);
+}
+
+/// "1.25", or "1,25" where the default locale writes a decimal comma.
+QString twoDecimals(double value) {
+    QLocale locale;
+    locale.setNumberOptions(QLocale::OmitGroupSeparator);
+    return locale.toString(value, 'f', 2);
 }
 
 } // namespace
@@ -116,7 +124,7 @@ QString choiceName(const SettingInfo& info, double value) {
 QString formatReadout(SettingReadout readout, double value) {
     switch (readout) {
     case SettingReadout::decimal:
-        return QString::asprintf("%.2f", value);
+        return twoDecimals(value);
     case SettingReadout::degrees:
         return QString::asprintf("%.0f\u00b0", value);
     case SettingReadout::percentOrOff:
@@ -125,8 +133,7 @@ QString formatReadout(SettingReadout readout, double value) {
     case SettingReadout::wholeNumber:
         return QString::asprintf("%.0f", value);
     case SettingReadout::saturation:
-        return value < 0.005 ? translated(QT_TRANSLATE_NOOP("Setting", "B&W"))
-                             : QString::asprintf("%.2f", value);
+        return value < 0.005 ? translated(QT_TRANSLATE_NOOP("Setting", "B&W")) : twoDecimals(value);
     case SettingReadout::onOff:
         return value != 0.0 ? translated(QT_TRANSLATE_NOOP("Setting", "On"))
                             : translated(QT_TRANSLATE_NOOP("Setting", "Off"));

@@ -114,7 +114,8 @@ std::optional<Setting> settingByOption(QStringView option);
 /// The setting with this code name ("horizon"), if any.
 std::optional<Setting> settingByName(QStringView name);
 
-/// The readout text for `value` in the setting's format ("Off" and the like translated).
+/// The readout text for `value` in the setting's format: "Off" and the like
+/// translated, decimals written as the default locale writes them ("1,25" in German).
 QString formatReadout(SettingReadout readout, double value);
 
 } // namespace velmora

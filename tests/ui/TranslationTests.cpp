@@ -146,7 +146,9 @@ class GermanWindowTest : public ::testing::Test {
 protected:
     GermanWindowTest() {
         setResourcesRoot(test::buildResources());
-        installed = installTranslations(QLocale(QLocale::German, QLocale::Germany));
+        const QLocale german(QLocale::German, QLocale::Germany);
+        installed = installTranslations(german);
+        QLocale::setDefault(german); // as on a German desktop: decimal commas
         window = std::make_unique<MainWindow>(test::renderer());
         window->resize(window->minimumSize());
         window->show();
@@ -177,6 +179,7 @@ protected:
     ~GermanWindowTest() override {
         window.reset();
         installTranslations(QLocale(QLocale::English));
+        QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
         setResourcesRoot({});
     }
 
@@ -231,6 +234,8 @@ TEST_F(GermanWindowTest, NoVisibleWordIsStillTheEnglishSource) {
     for (const QLabel* label : sidebar.findChildren<QLabel*>())
         texts << label->text();
     EXPECT_TRUE(texts.contains(QStringLiteral("SÄTTIGUNG")));
+    EXPECT_EQ(sidebar.slider(QStringLiteral("Zoom"))->readoutText(), QStringLiteral("1,00"));
+    EXPECT_EQ(sidebar.slider(QStringLiteral("Vignette"))->readoutText(), QStringLiteral("Aus"));
     EXPECT_TRUE(texts.contains(QStringLiteral("Voreinstellungen")));
     EXPECT_EQ(window->content()->canvasRegion()->inspector()->blendModeButton()->text(),
               QStringLiteral("Negativ multiplizieren"));

@@ -12,8 +12,10 @@
 #include <QApplication>
 #include <QDir>
 #include <QFontDatabase>
+#include <QLibraryInfo>
 #include <QMessageBox>
 #include <QStyleFactory>
+#include <QTranslator>
 
 #include <cstdio>
 
@@ -52,7 +54,53 @@ void loadBundledFonts() {
         QFontDatabase::addApplicationFont(fonts.filePath(file));
 }
 
+/// The translators in use, owned by the application; replaced as a whole.
+QList<QTranslator*>& installedTranslators() {
+    static QList<QTranslator*> translators;
+    return translators;
+}
+
 } // namespace
+
+QLocale uiLocale() {
+    const QString chosen = qEnvironmentVariable("VELMORA_LANGUAGE");
+    return chosen.isEmpty() ? QLocale::system() : QLocale(chosen);
+}
+
+bool installTranslations(const QLocale& locale) {
+    for (QTranslator* old : std::as_const(installedTranslators())) {
+        QCoreApplication::removeTranslator(old);
+        delete old;
+    }
+    installedTranslators().clear();
+    const auto install = [](const QString& file, const QString& folder) {
+        auto* translator = new QTranslator(QCoreApplication::instance());
+        // "velmora_de_AT" falls back to "velmora_de".
+        if (!translator->load(file, folder)) {
+            delete translator;
+            return false;
+        }
+        QCoreApplication::installTranslator(translator);
+        installedTranslators().append(translator);
+        return true;
+    };
+    // The user's languages in order of preference; English, the source, ends the
+    // search, so "en:de" stays English where QTranslator would pick German.
+    for (const QString& language : locale.uiLanguages()) {
+        if (QLocale(language).language() == QLocale::English)
+            return false;
+        const QString suffix = QLatin1Char('_') + QString(language).replace(u'-', u'_');
+        if (!install(QStringLiteral("velmora") + suffix,
+                     resourcesRoot() + QStringLiteral("/translations")))
+            continue;
+        // Qt's own words (a file dialog's buttons) in the same language, where the
+        // system has them.
+        install(QStringLiteral("qtbase") + suffix,
+                QLibraryInfo::path(QLibraryInfo::TranslationsPath));
+        return true;
+    }
+    return false;
+}
 
 void prepareApplication() {
     auto* app = qobject_cast<QApplication*>(QCoreApplication::instance());
@@ -66,6 +114,10 @@ void prepareApplication() {
     if (app)
         applyDarkLook(*app);
     loadBundledFonts();
+    const QLocale locale = uiLocale();
+    // Numbers in dialogs follow the language chosen, also when it is not the system's.
+    if (installTranslations(locale) && qEnvironmentVariableIsSet("VELMORA_LANGUAGE"))
+        QLocale::setDefault(locale);
     QApplication::setWindowIcon(QIcon(resourcesRoot() + QStringLiteral("/icons/velmora.svg")));
 }
 

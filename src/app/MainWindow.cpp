@@ -51,14 +51,14 @@ MainWindow::MainWindow(const PlanetRenderer& renderer, QWidget* parent)
     setMinimumSize(1100 + 2 * resizeBorder, 760 + 2 * resizeBorder);
 
     // The Help menu replaces the platform's: three links and nothing else.
-    m_help = new QMenu(QStringLiteral("Help"), this);
+    m_help = new QMenu(tr("Help"), this);
     m_help->setObjectName(QStringLiteral("helpMenu"));
-    connect(m_help->addAction(QStringLiteral("Getting Started")), &QAction::triggered, this,
+    connect(m_help->addAction(tr("Getting Started")), &QAction::triggered, this,
             [] { QDesktopServices::openUrl(gettingStartedUrl()); });
-    connect(m_help->addAction(QStringLiteral("Contact Support")), &QAction::triggered, this,
+    connect(m_help->addAction(tr("Contact Support")), &QAction::triggered, this,
             [] { QDesktopServices::openUrl(contactSupportUrl()); });
     m_help->addSeparator();
-    connect(m_help->addAction(QStringLiteral("More Apps")), &QAction::triggered, this,
+    connect(m_help->addAction(tr("More Apps")), &QAction::triggered, this,
             [] { QDesktopServices::openUrl(moreAppsUrl()); });
     m_content->setHelpMenu(m_help);
 }

@@ -330,7 +330,7 @@ bool PlanetCanvas::event(QEvent* event) {
     if (event->type() == QEvent::ToolTip) {
         auto* help = static_cast<QHelpEvent*>(event);
         if (hitAt(help->pos()).second == ChromePart::deleteBadge)
-            QToolTip::showText(help->globalPos(), QStringLiteral("Delete layer"), this);
+            QToolTip::showText(help->globalPos(), tr("Delete layer"), this);
         else
             QToolTip::hideText();
         return true;

@@ -1,5 +1,7 @@
 #include "layers/LayerBlendMode.h"
 
+#include <QCoreApplication>
+
 namespace velmora {
 
 namespace {
@@ -13,9 +15,12 @@ struct ModeInfo {
 
 const ModeInfo& info(LayerBlendMode mode) {
     static const std::array<ModeInfo, allLayerBlendModes.size()> table{{
-        {"normal", "Normal", render::BlendOp::over, QPainter::CompositionMode_SourceOver},
-        {"screen", "Screen", render::BlendOp::screen, QPainter::CompositionMode_Screen},
-        {"multiply", "Multiply", render::BlendOp::multiply, QPainter::CompositionMode_Multiply},
+        {"normal", QT_TRANSLATE_NOOP("LayerBlendMode", "Normal"), render::BlendOp::over,
+         QPainter::CompositionMode_SourceOver},
+        {"screen", QT_TRANSLATE_NOOP("LayerBlendMode", "Screen"), render::BlendOp::screen,
+         QPainter::CompositionMode_Screen},
+        {"multiply", QT_TRANSLATE_NOOP("LayerBlendMode", "Multiply"), render::BlendOp::multiply,
+         QPainter::CompositionMode_Multiply},
     }};
     return table[static_cast<std::size_t>(mode)];
 }
@@ -27,7 +32,7 @@ QString rawValue(LayerBlendMode mode) {
 }
 
 QString title(LayerBlendMode mode) {
-    return QString::fromLatin1(info(mode).title);
+    return QCoreApplication::translate("LayerBlendMode", info(mode).title);
 }
 
 std::optional<LayerBlendMode> layerBlendModeFromRaw(QStringView raw) {

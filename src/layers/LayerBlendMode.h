@@ -21,7 +21,8 @@ inline constexpr std::array<LayerBlendMode, 3> allLayerBlendModes{
 /// "normal", "screen" or "multiply": the stable spelling used in scripts.
 QString rawValue(LayerBlendMode mode);
 
-/// "Normal", "Screen" or "Multiply": what the blend menu shows.
+/// "Normal", "Screen" or "Multiply" in the user's language: what the blend menu
+/// shows. Never stored; files keep rawValue().
 QString title(LayerBlendMode mode);
 
 /// Exactly the three raw values; anything else (including "Screen") gives nothing.

@@ -5,6 +5,7 @@
 
 #include <QBuffer>
 #include <QClipboard>
+#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QImageWriter>
 #include <QMimeData>
@@ -27,7 +28,7 @@ Result<render::Image> imageFromClipboard() {
     const QClipboard* board = clipboard();
     const QMimeData* mime = board ? board->mimeData() : nullptr;
     if (!mime)
-        return Failure{QStringLiteral("the clipboard holds no picture")};
+        return Failure{QCoreApplication::translate("Clipboard", "the clipboard holds no picture")};
     for (const auto& [type, format] : {std::pair{"image/png", "png"}, {"image/tiff", "tiff"}}) {
         const QByteArray data = mime->data(QString::fromLatin1(type));
         if (data.isEmpty())
@@ -38,20 +39,22 @@ Result<render::Image> imageFromClipboard() {
         break; // undecodable data: fall back to the image object
     }
     if (!mime->hasImage())
-        return Failure{QStringLiteral("the clipboard holds no picture")};
+        return Failure{QCoreApplication::translate("Clipboard", "the clipboard holds no picture")};
     QImage image = qvariant_cast<QImage>(mime->imageData());
     if (image.isNull())
-        return Failure{QStringLiteral("the picture on the clipboard cannot be read")};
+        return Failure{QCoreApplication::translate("Clipboard",
+                                                   "the picture on the clipboard cannot be read")};
     return render::Image::fromQImage(std::move(image));
 }
 
 Status copyImageToClipboard(const QImage& pixels) {
     QClipboard* board = clipboard();
     if (!board)
-        return Failure{QStringLiteral("there is no clipboard")};
+        return Failure{QCoreApplication::translate("Clipboard", "there is no clipboard")};
     const QByteArray png = render::encodePng(pixels);
     if (png.isEmpty())
-        return Failure{QStringLiteral("the picture could not be encoded for the clipboard")};
+        return Failure{QCoreApplication::translate(
+            "Clipboard", "the picture could not be encoded for the clipboard")};
     auto* mime = new QMimeData;
     mime->setData(QStringLiteral("image/png"), png);
     QByteArray tiff;

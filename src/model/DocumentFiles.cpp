@@ -6,6 +6,7 @@
 #include "model/SourceMetadata.h"
 #include "render/PngWriter.h"
 
+#include <QCoreApplication>
 #include <QFileInfo>
 
 namespace velmora {
@@ -34,10 +35,12 @@ QString defaultExportFileName(const PlanetModel& model) {
 
 Result<OutputSnapshot> snapshotOutput(PlanetModel& model) {
     if (!model.hasSource())
-        return Failure{QStringLiteral("there is no picture")};
+        return Failure{QCoreApplication::translate("DocumentFiles", "there is no picture")};
     const int side = model.outputSize();
     if (side < 1 || side > PlanetRenderer::maxOutputSide)
-        return Failure{QStringLiteral("a side of %1 pixels is beyond the %2 an output may have")
+        return Failure{QCoreApplication::translate("DocumentFiles",
+                                                   "a side of %1 pixels is beyond the %2 an "
+                                                   "output may have")
                            .arg(side)
                            .arg(PlanetRenderer::maxOutputSide)};
     Result<render::Image> planet =

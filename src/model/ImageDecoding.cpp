@@ -8,6 +8,7 @@
 
 #include <QBuffer>
 #include <QColorSpace>
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
@@ -33,7 +34,8 @@ void toWorkingSpace(QImage& image, const QByteArray& icc, const QString& what,
                     QStringList* warnings) {
     if (const Status converted = convertToSrgb(image, icc); !converted && warnings)
         warnings->append(
-            QStringLiteral("%1: %2; its colours are shown as sRGB").arg(what, converted.message()));
+            QCoreApplication::translate("ImageDecoding", "%1: %2; its colours are shown as sRGB")
+                .arg(what, converted.message()));
 }
 
 Result<render::Image> decode(QImageReader& reader, const QString& what, qint64 dataBytes,
@@ -50,7 +52,9 @@ Result<render::Image> decode(QImageReader& reader, const QString& what, qint64 d
     QImage image = reader.read();
     if (image.isNull()) {
         const QString reason = reader.errorString();
-        return Failure{QStringLiteral("%1: cannot decode the picture (%2)").arg(what, reason)};
+        return Failure{
+            QCoreApplication::translate("ImageDecoding", "%1: cannot decode the picture (%2)")
+                .arg(what, reason)};
     }
     // Qt keeps the profile it read (PNG's iCCP, TIFF's tag) with the picture.
     if (image.colorSpace().isValid())
@@ -85,11 +89,11 @@ QImage upright(QImage image, QImageIOHandler::Transformations turn) {
 QString scaleWord(int scale) {
     switch (scale) {
     case 2:
-        return QStringLiteral("half");
+        return QCoreApplication::translate("ImageDecoding", "half");
     case 4:
-        return QStringLiteral("a quarter");
+        return QCoreApplication::translate("ImageDecoding", "a quarter");
     default:
-        return QStringLiteral("an eighth");
+        return QCoreApplication::translate("ImageDecoding", "an eighth");
     }
 }
 
@@ -110,13 +114,15 @@ Result<std::optional<render::Image>> decodeJpegPicture(std::FILE* file, const QB
     if (warnings) {
         if (!picture.damage.isEmpty())
             warnings->append(
-                QStringLiteral("%1: the picture's data is damaged, parts of it may show faults "
-                               "(%2)")
+                QCoreApplication::translate("ImageDecoding",
+                                            "%1: the picture's data is damaged, parts of it may "
+                                            "show faults (%2)")
                     .arg(what, picture.damage.join(QStringLiteral("; "))));
         if (picture.scale > 1)
-            warnings->append(QStringLiteral("%1: %2 \u00d7 %3 pixels is more than the "
-                                            "%4-megapixel limit; opened at %5 the size, "
-                                            "%6 \u00d7 %7")
+            warnings->append(QCoreApplication::translate(
+                                 "ImageDecoding", "%1: %2 × %3 pixels is more than the "
+                                                  "%4-megapixel limit; opened at %5 the size, "
+                                                  "%6 × %7")
                                  .arg(what)
                                  .arg(picture.storedSize.width())
                                  .arg(picture.storedSize.height())
@@ -159,23 +165,30 @@ namespace {
 Result<render::Image> decodeFile(const QString& path, QStringList* warnings) {
     const QFileInfo info(path);
     if (!info.exists())
-        return Failure{QStringLiteral("%1: no such file").arg(path)};
+        return Failure{QCoreApplication::translate("ImageDecoding", "%1: no such file").arg(path)};
     if (info.isDir())
-        return Failure{QStringLiteral("%1: is a folder, not a picture").arg(path)};
+        return Failure{
+            QCoreApplication::translate("ImageDecoding", "%1: is a folder, not a picture")
+                .arg(path)};
     // A pipe or a device would be read for ever or not at all; only files are pictures.
     std::error_code error;
     if (!std::filesystem::is_regular_file(std::filesystem::path(path.toStdString()), error))
-        return Failure{QStringLiteral("%1: is not a regular file").arg(path)};
+        return Failure{
+            QCoreApplication::translate("ImageDecoding", "%1: is not a regular file").arg(path)};
     if (!info.isReadable())
-        return Failure{QStringLiteral("%1: cannot be read (permission denied)").arg(path)};
+        return Failure{
+            QCoreApplication::translate("ImageDecoding", "%1: cannot be read (permission denied)")
+                .arg(path)};
     if (info.size() == 0)
-        return Failure{QStringLiteral("%1: the file is empty").arg(path)};
+        return Failure{
+            QCoreApplication::translate("ImageDecoding", "%1: the file is empty").arg(path)};
     {
         QFile file(path);
         if (file.open(QIODevice::ReadOnly) && looksLikeHeif(file.peek(64))) {
             const QByteArray data = file.readAll();
             if (data.size() != info.size())
-                return Failure{QStringLiteral("%1: cannot be read").arg(path)};
+                return Failure{
+                    QCoreApplication::translate("ImageDecoding", "%1: cannot be read").arg(path)};
             return decodeHeifPicture(data, path, warnings);
         }
     }
@@ -186,7 +199,8 @@ Result<render::Image> decodeFile(const QString& path, QStringList* warnings) {
         const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
             std::fopen(QFile::encodeName(path).constData(), "rb"), &std::fclose);
         if (!file)
-            return Failure{QStringLiteral("%1: cannot be read").arg(path)};
+            return Failure{
+                QCoreApplication::translate("ImageDecoding", "%1: cannot be read").arg(path)};
         Result<std::optional<render::Image>> jpeg =
             decodeJpegPicture(file.get(), {}, info.size(), reader, path, warnings);
         if (!jpeg)

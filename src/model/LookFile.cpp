@@ -2,6 +2,7 @@
 
 #include "layers/LayerLibrary.h"
 
+#include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -107,10 +108,10 @@ public:
             if (!layer)
                 return layer.failure();
             if (m_library && !m_library->asset(layer->assetID)) {
-                loaded.notes.append(
-                    QStringLiteral("%1: the artwork \"%2\" is not in the library; the look is "
-                                   "applied without it")
-                        .arg(m_what, layer->assetID));
+                loaded.notes.append(QCoreApplication::translate(
+                                        "LookFile", "%1: the artwork \"%2\" is not in the library; "
+                                                    "the look is applied without it")
+                                        .arg(m_what, layer->assetID));
                 continue;
             }
             look.layers.append(std::move(layer).value());
@@ -126,7 +127,8 @@ private:
     }
 
     Failure fail(const QString& why) const {
-        return Failure{QStringLiteral("%1: cannot read the look, %2").arg(m_what, why)};
+        return Failure{QCoreApplication::translate("LookFile", "%1: cannot read the look, %2")
+                           .arg(m_what, why)};
     }
 
     Result<PlacedLayer> readLayer(const QJsonObject& object, qsizetype number) const {
@@ -229,12 +231,14 @@ Status saveLookFile(const Look& look, const QString& path) {
 Result<LoadedLook> loadLookFile(const QString& path, const LayerLibrary* library) {
     const QFileInfo info(path);
     if (!info.exists())
-        return Failure{QStringLiteral("%1: no such file").arg(path)};
+        return Failure{QCoreApplication::translate("LookFile", "%1: no such file").arg(path)};
     std::error_code error;
     if (!std::filesystem::is_regular_file(std::filesystem::path(path.toStdString()), error))
-        return Failure{QStringLiteral("%1: is not a regular file").arg(path)};
+        return Failure{
+            QCoreApplication::translate("LookFile", "%1: is not a regular file").arg(path)};
     if (info.size() > maxLookFileBytes)
-        return Failure{QStringLiteral("%1: is far too large for a look").arg(path)};
+        return Failure{
+            QCoreApplication::translate("LookFile", "%1: is far too large for a look").arg(path)};
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
         return Failure{QStringLiteral("%1: %2").arg(path, file.errorString())};

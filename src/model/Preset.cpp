@@ -2,6 +2,8 @@
 
 #include "model/Look.h"
 
+#include <QCoreApplication>
+
 #include <initializer_list>
 #include <utility>
 
@@ -20,25 +22,25 @@ struct PresetInfo {
 
 const std::array<PresetInfo, allPresets.size()>& presetTable() {
     static const std::array<PresetInfo, allPresets.size()> table{{
-        {Preset::classic, "classic", "Classic Planet", "globe", {}},
+        {Preset::classic, "classic", QT_TRANSLATE_NOOP("Preset", "Classic Planet"), "globe", {}},
         {Preset::sky,
          "sky",
-         "Sky World",
+         QT_TRANSLATE_NOOP("Preset", "Sky World"),
          "cloud.sun.fill",
          {{Setting::invert, 1.0}, {Setting::rotationDegrees, 180.0}}},
         {Preset::horizontal,
          "horizontal",
-         "Horizontal",
+         QT_TRANSLATE_NOOP("Preset", "Horizontal"),
          "line.3.horizontal",
          {{Setting::flipY, -0.6}}},
         {Preset::spiral,
          "spiral",
-         "Spiral Planet",
+         QT_TRANSLATE_NOOP("Preset", "Spiral Planet"),
          "hurricane",
          {{Setting::twist, 2.0}, {Setting::zoom, 0.8}}},
         {Preset::double_,
          "double",
-         "Double Vision",
+         QT_TRANSLATE_NOOP("Preset", "Double Vision"),
          "circle.dotted.and.circle",
          {{Setting::repeats, 2.0}}},
     }};
@@ -53,6 +55,10 @@ const PresetInfo& info(Preset preset) {
 
 QString presetTitle(Preset preset) {
     return QString::fromUtf8(info(preset).title);
+}
+
+QString presetDisplayTitle(Preset preset) {
+    return QCoreApplication::translate("Preset", info(preset).title);
 }
 
 QString presetName(Preset preset) {

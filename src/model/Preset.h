@@ -17,6 +17,8 @@ inline constexpr std::array<Preset, 5> allPresets{Preset::classic, Preset::sky, 
 
 /// The preset's title, which is also its raw value: "Classic Planet", ...
 QString presetTitle(Preset preset);
+/// The title as the window shows it, in the user's language; never stored.
+QString presetDisplayTitle(Preset preset);
 /// Its short name on the command line and in files: "classic", "sky", ..., "double".
 QString presetName(Preset preset);
 /// Name of the symbol its tile shows ("globe", ...).

@@ -61,7 +61,8 @@ struct SettingInfo {
     Setting setting;
     /// The one name in code and files: "zoom", "rotationDegrees", "horizon".
     const char* name;
-    /// What the window calls it: "Zoom", "Rotate", "Shift Y".
+    /// What the window calls it: "Zoom", "Rotate", "Shift Y"; English, the source
+    /// of the translations (settingLabel() gives the translated one).
     const char* label;
     /// The command line's option without dashes: "zoom", "rotate", "shift-y" (the
     /// label in lower case with dashes, so the two never say different things).
@@ -93,7 +94,7 @@ struct SettingInfo {
 /// One value of a choice setting.
 struct SettingChoice {
     QString name;  ///< "auto"
-    QString label; ///< "Automatic"
+    QString label; ///< "Automatic", translated
 };
 /// A choice setting's values in order (value 0 first); empty for other controls.
 QList<SettingChoice> settingChoices(const SettingInfo& info);
@@ -101,6 +102,9 @@ QList<SettingChoice> settingChoices(const SettingInfo& info);
 std::optional<double> choiceValue(const SettingInfo& info, QStringView name);
 /// The name of a choice setting's value (rounded to the nearest choice).
 QString choiceName(const SettingInfo& info, double value);
+
+/// The setting's label as the window shows it, in the user's language.
+QString settingLabel(const SettingInfo& info);
 
 /// The whole table, in Setting order.
 const std::array<SettingInfo, settingCount>& settingsTable();
@@ -110,7 +114,8 @@ std::optional<Setting> settingByOption(QStringView option);
 /// The setting with this code name ("horizon"), if any.
 std::optional<Setting> settingByName(QStringView name);
 
-/// The readout text for `value` in the setting's format.
+/// The readout text for `value` in the setting's format: "Off" and the like
+/// translated, decimals written as the default locale writes them ("1,25" in German).
 QString formatReadout(SettingReadout readout, double value);
 
 } // namespace velmora

@@ -3,6 +3,7 @@
 #include "render/DecodeBudget.h"
 #include "render/PngWriter.h"
 
+#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -45,14 +46,14 @@ Status copyWhole(const QString& from, const QString& to) {
 Result<QString> importOne(const QString& path, const QDir& folder) {
     const QFileInfo info(path);
     if (!info.isFile())
-        return Failure{QStringLiteral("not a regular file")};
+        return Failure{QCoreApplication::translate("UserArtwork", "not a regular file")};
     QImageReader reader(path);
     const QByteArray format = reader.format();
     const bool svg = format == "svg" || format == "svgz";
     if (svg) {
         const QSize nominal = reader.size();
         if (nominal.isEmpty())
-            return Failure{QStringLiteral("the drawing has no size")};
+            return Failure{QCoreApplication::translate("UserArtwork", "the drawing has no size")};
         reader.setScaledSize(nominal.scaled(svgImportSide, svgImportSide, Qt::KeepAspectRatio));
     } else if (const Status fits =
                    render::checkClaimedSize(reader, info.size(), render::maxArtworkPixels, path);
@@ -118,7 +119,9 @@ ArtworkRemoval trashArtwork(const LayerAsset& asset) {
 
 Status deleteArtwork(const LayerAsset& asset) {
     if (!asset.isUser)
-        return Failure{QStringLiteral("%1: shipped artwork cannot be removed").arg(asset.name)};
+        return Failure{
+            QCoreApplication::translate("UserArtwork", "%1: shipped artwork cannot be removed")
+                .arg(asset.name)};
     QFile file(asset.filePath());
     if (!file.remove())
         return Failure{QStringLiteral("%1: %2").arg(asset.filePath(), file.errorString())};

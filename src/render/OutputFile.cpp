@@ -3,6 +3,7 @@
 #include "render/PngWriter.h"
 
 #include <QByteArray>
+#include <QCoreApplication>
 #include <QImageWriter>
 #include <QSaveFile>
 
@@ -23,6 +24,11 @@ namespace velmora::render {
 namespace {
 
 constexpr int jpegStripRows = 64;
+
+QString notEnoughMemory(const QString& path) {
+    return QCoreApplication::translate("OutputFile", "%1: not enough memory to render the picture")
+        .arg(path);
+}
 
 Status saveBytes(const QString& path, const char* data, qint64 size) {
     QSaveFile file(path);
@@ -73,7 +79,8 @@ Status writeJpeg(const Image& image, const QRect& area, const QString& path, int
     const auto encoder = std::make_unique<JpegEncoder>();
     JpegEncoder* const e = encoder.get();
     if (setjmp(e->failed))
-        return Failure{QStringLiteral("%1: cannot encode the JPEG (%2)").arg(path, e->fatal)};
+        return Failure{QCoreApplication::translate("OutputFile", "%1: cannot encode the JPEG (%2)")
+                           .arg(path, e->fatal)};
     jpeg_create_compress(&e->info);
     jpeg_mem_dest(&e->info, &e->buffer, &e->size);
     e->info.image_width = static_cast<JDIMENSION>(area.width());
@@ -104,7 +111,7 @@ Status writeJpeg(const Image& image, const QRect& area, const QString& path, int
         e->strip = context.render(image, rows, RenderContext::Layout::straightRgba8);
         if (e->strip.isNull()) {
             jpeg_abort_compress(&e->info);
-            return Failure{QStringLiteral("%1: not enough memory to render the picture").arg(path)};
+            return Failure{notEnoughMemory(path)};
         }
         for (int y = 0; y < e->strip.height(); ++y) {
             JSAMPROW row = e->strip.scanLine(y);
@@ -120,14 +127,16 @@ Status writeJpeg(const Image& image, const QRect& area, const QString& path, int
 Status writeWebp(const Image& image, const QRect& area, const QString& path, bool lossless,
                  int quality, const QByteArray& exif, RenderProgress* progress) {
     if (area.width() > maxWebpSide || area.height() > maxWebpSide)
-        return Failure{QStringLiteral("%1: WebP holds at most %2 pixels a side, not %3")
+        return Failure{QCoreApplication::translate("OutputFile",
+                                                   "%1: WebP holds at most %2 pixels a side, "
+                                                   "not %3")
                            .arg(path)
                            .arg(maxWebpSide)
                            .arg(std::max(area.width(), area.height()))};
     const QImage pixels =
         RenderContext().render(image, area, RenderContext::Layout::straightRgba8, progress);
     if (pixels.isNull())
-        return Failure{QStringLiteral("%1: not enough memory to render the picture").arg(path)};
+        return Failure{notEnoughMemory(path)};
     uint8_t* output = nullptr;
     const size_t size =
         lossless ? WebPEncodeLosslessRGBA(pixels.constBits(), pixels.width(), pixels.height(),
@@ -137,7 +146,9 @@ Status writeWebp(const Image& image, const QRect& area, const QString& path, boo
                                   static_cast<float>(std::clamp(quality, 1, 100)), &output);
     const std::unique_ptr<uint8_t, void (*)(void*)> owned(output, &WebPFree);
     if (size == 0)
-        return Failure{QStringLiteral("%1: cannot encode the WebP picture").arg(path)};
+        return Failure{
+            QCoreApplication::translate("OutputFile", "%1: cannot encode the WebP picture")
+                .arg(path)};
     if (exif.isEmpty())
         return saveBytes(path, reinterpret_cast<const char*>(output), static_cast<qint64>(size));
     // The metadata goes in an EXIF chunk beside the picture.
@@ -149,7 +160,9 @@ Status writeWebp(const Image& image, const QRect& area, const QString& path, boo
     if (!mux || WebPMuxSetImage(mux.get(), &picture, 1) != WEBP_MUX_OK ||
         WebPMuxSetChunk(mux.get(), "EXIF", &chunk, 1) != WEBP_MUX_OK ||
         WebPMuxAssemble(mux.get(), &assembled) != WEBP_MUX_OK)
-        return Failure{QStringLiteral("%1: cannot add the metadata to the WebP picture").arg(path)};
+        return Failure{QCoreApplication::translate(
+                           "OutputFile", "%1: cannot add the metadata to the WebP picture")
+                           .arg(path)};
     const Status saved = saveBytes(path, reinterpret_cast<const char*>(assembled.bytes),
                                    static_cast<qint64>(assembled.size));
     WebPDataClear(&assembled);
@@ -163,7 +176,7 @@ Status writeDeep(const Image& image, const QRect& area, const QString& path, con
     const QImage pixels =
         RenderContext().render(image, area, RenderContext::Layout::straightRgba16, progress);
     if (pixels.isNull())
-        return Failure{QStringLiteral("%1: not enough memory to render the picture").arg(path)};
+        return Failure{notEnoughMemory(path)};
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return Failure{QStringLiteral("%1: %2").arg(path, file.errorString())};
@@ -211,7 +224,7 @@ QString suffixOf(OutputFormat format) {
 Status writeOutputFile(const Image& image, const QRect& area, const QString& path,
                        const OutputEncoding& encoding, RenderProgress* progress) {
     if (area.isEmpty())
-        return Failure{QStringLiteral("%1: nothing to write").arg(path)};
+        return Failure{QCoreApplication::translate("OutputFile", "%1: nothing to write").arg(path)};
     switch (encoding.format) {
     case OutputFormat::png: {
         PngEncoding png;
@@ -229,7 +242,7 @@ Status writeOutputFile(const Image& image, const QRect& area, const QString& pat
     case OutputFormat::tiff16:
         return writeDeep(image, area, path, "tiff", progress);
     }
-    return Failure{QStringLiteral("%1: unknown format").arg(path)};
+    return Failure{QCoreApplication::translate("OutputFile", "%1: unknown format").arg(path)};
 }
 
 } // namespace velmora::render

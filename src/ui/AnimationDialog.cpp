@@ -26,13 +26,13 @@ const QList<AnimationFormat> formats{AnimationFormat::mp4, AnimationFormat::webp
 AnimationDialog::AnimationDialog(const AnimationChoice& initial, QWidget* parent)
     : QDialog(parent) {
     setObjectName(QStringLiteral("animationDialog"));
-    setWindowTitle(QStringLiteral("Export Animation"));
+    setWindowTitle(tr("Export Animation"));
     auto* root = new QVBoxLayout(this);
     root->setContentsMargins(22, 20, 22, 18);
     root->setSpacing(14);
 
-    auto* intro = new QLabel(QStringLiteral(
-        "The planet as it is now is where the motion ends. Layers stay where they are."));
+    auto* intro = new QLabel(
+        tr("The planet as it is now is where the motion ends. Layers stay where they are."));
     intro->setWordWrap(true);
     QPalette secondary = intro->palette();
     secondary.setColor(QPalette::WindowText, style::Palette::secondaryText);
@@ -45,43 +45,42 @@ AnimationDialog::AnimationDialog(const AnimationChoice& initial, QWidget* parent
     form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
 
     m_motion = new QComboBox;
-    m_motion->addItem(QStringLiteral("Spin, a seamless loop"), static_cast<int>(Motion::spin));
-    m_motion->addItem(QStringLiteral("Intro, unrolls into the planet"),
-                      static_cast<int>(Motion::intro));
+    m_motion->addItem(tr("Spin, a seamless loop"), static_cast<int>(Motion::spin));
+    m_motion->addItem(tr("Intro, unrolls into the planet"), static_cast<int>(Motion::intro));
     m_motion->setCurrentIndex(initial.settings.motion == Motion::spin ? 0 : 1);
-    form->addRow(QStringLiteral("Motion"), m_motion);
+    form->addRow(tr("Motion"), m_motion);
 
     m_format = new QComboBox;
-    m_format->addItem(QStringLiteral("MP4 video (H.264)"));
-    m_format->addItem(QStringLiteral("Animated WebP"));
+    m_format->addItem(tr("MP4 video (H.264)"));
+    m_format->addItem(tr("Animated WebP"));
     m_format->addItem(QStringLiteral("GIF"));
     m_format->setCurrentIndex(static_cast<int>(formats.indexOf(initial.format)));
-    form->addRow(QStringLiteral("Format"), m_format);
+    form->addRow(tr("Format"), m_format);
 
     m_side = new QComboBox;
     for (const int side : sides)
         m_side->addItem(QStringLiteral("%1 \u00d7 %1").arg(side), side);
     m_side->setCurrentIndex(std::max(0, static_cast<int>(sides.indexOf(initial.settings.side))));
-    form->addRow(QStringLiteral("Size"), m_side);
+    form->addRow(tr("Size"), m_side);
 
     m_duration = new QDoubleSpinBox;
     m_duration->setRange(AnimationSettings::minDuration, AnimationSettings::maxDuration);
     m_duration->setSingleStep(0.5);
     m_duration->setDecimals(1);
-    m_duration->setSuffix(QStringLiteral(" s"));
+    m_duration->setSuffix(tr(" s"));
     m_duration->setValue(initial.settings.durationSeconds);
-    form->addRow(QStringLiteral("Length"), m_duration);
+    form->addRow(tr("Length"), m_duration);
 
     m_fps = new QComboBox;
     for (const int rate : rates)
-        m_fps->addItem(QStringLiteral("%1 frames a second").arg(rate), rate);
+        m_fps->addItem(tr("%1 frames a second").arg(rate), rate);
     m_fps->setCurrentIndex(std::max(0, static_cast<int>(rates.indexOf(initial.settings.fps))));
-    form->addRow(QStringLiteral("Frame rate"), m_fps);
+    form->addRow(tr("Frame rate"), m_fps);
 
     m_quality = new QSpinBox;
     m_quality->setRange(1, 100);
     m_quality->setValue(initial.settings.quality);
-    form->addRow(QStringLiteral("Quality"), m_quality);
+    form->addRow(tr("Quality"), m_quality);
     root->addLayout(form);
 
     m_summary = new QLabel;
@@ -98,8 +97,7 @@ AnimationDialog::AnimationDialog(const AnimationChoice& initial, QWidget* parent
     cancel->setIcon(QIcon()); // words, like Export
     // Return exports: Cancel never takes the default from Export.
     cancel->setAutoDefault(false);
-    QPushButton* exportButton =
-        buttons->addButton(QStringLiteral("Export\u2026"), QDialogButtonBox::AcceptRole);
+    QPushButton* exportButton = buttons->addButton(tr("Export…"), QDialogButtonBox::AcceptRole);
     exportButton->setDefault(true);
     connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
@@ -129,11 +127,11 @@ void AnimationDialog::refresh() {
     // GIF's palette has no quality to set.
     m_quality->setEnabled(c.format != AnimationFormat::gif);
     m_summary->setText(
-        QStringLiteral("%1 frames, %2")
+        tr("%1 frames, %2")
             .arg(c.settings.frameCount())
             .arg(c.settings.motion == Motion::spin
-                     ? QStringLiteral("one turn, loops without a seam")
-                     : QStringLiteral("unrolls for %1 s, then holds")
+                     ? tr("one turn, loops without a seam")
+                     : tr("unrolls for %1 s, then holds")
                            .arg(c.settings.durationSeconds * introShare, 0, 'f', 1)));
 }
 

@@ -64,10 +64,10 @@ CanvasRegion::CanvasRegion(PlanetModel& model, QWidget* parent)
     column->addStretch(1);
     auto* globe = new SymbolView(QStringLiteral("globe.thin"), 52, style::Palette::secondaryText);
     column->addWidget(globe, 0, Qt::AlignHCenter);
-    column->addWidget(emptyText(QStringLiteral("Drop a panorama here, or Import Photo"), 20,
-                                style::Palette::secondaryText));
-    column->addWidget(emptyText(QStringLiteral("360\u00b0 equirectangular images work best"), 12,
-                                style::Palette::tertiaryText));
+    column->addWidget(
+        emptyText(tr("Drop a panorama here, or Import Photo"), 20, style::Palette::secondaryText));
+    column->addWidget(
+        emptyText(tr("360° equirectangular images work best"), 12, style::Palette::tertiaryText));
     column->addStretch(1);
 
     m_inspector = new LayerInspector(model, this);

@@ -78,15 +78,14 @@ ContentView::ContentView(const PlanetRenderer& renderer, QWidget* parent)
     chooseExportFile = [this](const QString& name) { return defaultExportFile(name); };
     chooseLookToSave = [this](const QString& name) {
         return QFileDialog::getSaveFileName(
-            this, QStringLiteral("Save Look"),
+            this, tr("Save Look"),
             QDir(m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder).filePath(name),
-            QStringLiteral("Velmora looks (*.%1)").arg(QLatin1String(lookFileSuffix)));
+            tr("Velmora looks (*.%1)").arg(QLatin1String(lookFileSuffix)));
     };
     chooseLookToApply = [this] {
         return QFileDialog::getOpenFileName(
-            this, QStringLiteral("Apply Look"),
-            m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder,
-            QStringLiteral("Velmora looks (*.%1)").arg(QLatin1String(lookFileSuffix)));
+            this, tr("Apply Look"), m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder,
+            tr("Velmora looks (*.%1)").arg(QLatin1String(lookFileSuffix)));
     };
     chooseAnimation = [this](const AnimationChoice& last) -> std::optional<AnimationChoice> {
         AnimationDialog dialog(last, this);
@@ -95,12 +94,13 @@ ContentView::ContentView(const PlanetRenderer& renderer, QWidget* parent)
         return dialog.choice();
     };
     chooseAnimationFile = [this](const QString& name, render::AnimationFormat format) {
-        static const char* const filters[] = {"MP4 video (*.mp4)", "Animated WebP (*.webp)",
-                                              "GIF (*.gif)"};
+        static const char* const filters[] = {QT_TR_NOOP("MP4 video (*.mp4)"),
+                                              QT_TR_NOOP("Animated WebP (*.webp)"),
+                                              QT_TR_NOOP("GIF (*.gif)")};
         QString path = QFileDialog::getSaveFileName(
-            this, QStringLiteral("Export Animation"),
+            this, tr("Export Animation"),
             QDir(m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder).filePath(name),
-            QLatin1String(filters[static_cast<int>(format)]));
+            tr(filters[static_cast<int>(format)]));
         if (!path.isEmpty() && render::animationFormatForSuffix(QFileInfo(path).suffix()) != format)
             path += QLatin1Char('.') + render::suffixOf(format);
         return path;
@@ -150,7 +150,7 @@ void ContentView::buildLayout() {
     auto* bar = new QHBoxLayout(bottom);
     bar->setContentsMargins(22, 12, 22, 12);
     bar->setSpacing(22);
-    auto* output = new QLabel(QStringLiteral("Output"));
+    auto* output = new QLabel(tr("Output"));
     output->setFont(style::uiFont(12));
     QPalette pal = output->palette();
     pal.setColor(QPalette::WindowText, style::Palette::secondaryText);
@@ -161,14 +161,14 @@ void ContentView::buildLayout() {
         [this](int size) { m_model->setOutputSize(size); });
     bar->addWidget(m_sizes);
     bar->addStretch(1);
-    m_animationButton = new HeaderButton(QStringLiteral("arrow.triangle.2.circlepath"),
-                                         QStringLiteral("Export Animation\u2026"));
+    m_animationButton =
+        new HeaderButton(QStringLiteral("arrow.triangle.2.circlepath"), tr("Export Animation…"));
     m_animationButton->setObjectName(QStringLiteral("exportAnimationButton"));
     m_animationButton->setLook({Qt::white, style::Palette::control, style::Palette::hairline});
     m_animationButton->setPadding(14, 7);
     m_animationButton->setFontPixelSize(13);
     m_animationButton->setToolTip(
-        QStringLiteral("A spinning planet or an intro, as MP4, animated WebP or GIF"));
+        tr("A spinning planet or an intro, as MP4, animated WebP or GIF"));
     bar->addWidget(m_animationButton);
     root->addWidget(bottom);
 
@@ -262,10 +262,10 @@ void ContentView::buildActions() {
 void ContentView::setHelpMenu(QMenu* menu) {
     // Looks come before Help, as a document's menus come before the application's.
     if (!m_lookMenu) {
-        m_lookMenu = new QMenu(QStringLiteral("Look"), this);
+        m_lookMenu = new QMenu(tr("Look"), this);
         m_lookMenu->setObjectName(QStringLiteral("lookMenu"));
-        m_lookMenu->addAction(QStringLiteral("Save Look\u2026"), this, &ContentView::saveLook);
-        m_lookMenu->addAction(QStringLiteral("Apply Look\u2026"), this, &ContentView::applyLook);
+        m_lookMenu->addAction(tr("Save Look…"), this, &ContentView::saveLook);
+        m_lookMenu->addAction(tr("Apply Look…"), this, &ContentView::applyLook);
         m_header->addMenu(m_lookMenu);
     }
     m_header->addMenu(menu);
@@ -290,10 +290,9 @@ QString ContentView::defaultImageFile() {
     QStringList patterns;
     for (const QString& suffix : readableImageSuffixes())
         patterns << QStringLiteral("*.") + suffix << QStringLiteral("*.") + suffix.toUpper();
-    return QFileDialog::getOpenFileName(
-        this, QStringLiteral("Import Photo"),
-        m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder,
-        QStringLiteral("Images (%1)").arg(patterns.join(QLatin1Char(' '))));
+    return QFileDialog::getOpenFileName(this, tr("Import Photo"),
+                                        m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder,
+                                        tr("Images (%1)").arg(patterns.join(QLatin1Char(' '))));
 }
 
 void ContentView::importPhoto() {
@@ -309,7 +308,7 @@ void ContentView::openPicture(const QString& path) {
     // damage says so, as the note for a failure does.
     QStringList warnings;
     if (const Status loaded = loadImageFile(*m_model, path, &warnings); !loaded)
-        showToast(true, QStringLiteral("Couldn't open ") + loaded.message());
+        showToast(true, tr("Couldn't open %1").arg(loaded.message()));
     else if (!warnings.isEmpty())
         showToast(true, warnings.front());
 }
@@ -319,7 +318,7 @@ void ContentView::pasteImage() {
         return;
     const auto paste = [this] {
         if (const Status pasted = pasteFromClipboard(*m_model); !pasted)
-            showToast(true, QStringLiteral("Couldn't paste: ") + pasted.message());
+            showToast(true, tr("Couldn't paste: %1").arg(pasted.message()));
     };
     if (!m_model->hasSource()) {
         paste();
@@ -329,20 +328,19 @@ void ContentView::pasteImage() {
         return;
     m_pasteConfirm = new QMessageBox(this);
     m_pasteConfirm->setObjectName(QStringLiteral("pasteConfirmation"));
-    m_pasteConfirm->setWindowTitle(QStringLiteral("Paste image?"));
-    m_pasteConfirm->setText(QStringLiteral("Paste image?"));
-    m_pasteConfirm->setInformativeText(QStringLiteral(
-        "Pasting a new image will discard your current planet. This can't be undone."));
+    m_pasteConfirm->setWindowTitle(tr("Paste image?"));
+    m_pasteConfirm->setText(tr("Paste image?"));
+    m_pasteConfirm->setInformativeText(
+        tr("Pasting a new image will discard your current planet. This can't be undone."));
     m_pasteConfirm->setIcon(QMessageBox::Warning);
-    QPushButton* replace = m_pasteConfirm->addButton(QStringLiteral("Replace current edit"),
-                                                     QMessageBox::DestructiveRole);
+    QPushButton* replace =
+        m_pasteConfirm->addButton(tr("Replace current edit"), QMessageBox::DestructiveRole);
     replace->setObjectName(QStringLiteral("replace"));
     // Marked as the choice that loses work, in the colour of the other deletes.
     QPalette warning = replace->palette();
     warning.setColor(QPalette::ButtonText, style::Palette::destructive);
     replace->setPalette(warning);
-    QPushButton* cancel =
-        m_pasteConfirm->addButton(QStringLiteral("Cancel"), QMessageBox::RejectRole);
+    QPushButton* cancel = m_pasteConfirm->addButton(tr("Cancel"), QMessageBox::RejectRole);
     cancel->setObjectName(QStringLiteral("cancel"));
     m_pasteConfirm->setDefaultButton(cancel);
     m_pasteConfirm->setAttribute(Qt::WA_DeleteOnClose);
@@ -377,9 +375,9 @@ void ContentView::saveLook() {
         path += QLatin1Char('.') + QLatin1String(lookFileSuffix);
     m_lastFolder = QFileInfo(path).absolutePath();
     if (const Status saved = saveLookFile(m_model->look(), path); !saved)
-        showToast(true, QStringLiteral("Couldn't save the look: ") + saved.message());
+        showToast(true, tr("Couldn't save the look: %1").arg(saved.message()));
     else
-        showToast(false, QStringLiteral("Look saved"));
+        showToast(false, tr("Look saved"));
 }
 
 void ContentView::applyLook() {
@@ -389,7 +387,7 @@ void ContentView::applyLook() {
     m_lastFolder = QFileInfo(path).absolutePath();
     const Result<LoadedLook> loaded = loadLookFile(path, &m_model->library());
     if (!loaded) {
-        showToast(true, QStringLiteral("Couldn't apply ") + loaded.message());
+        showToast(true, tr("Couldn't apply %1").arg(loaded.message()));
         return;
     }
     m_model->applyLook(loaded->look);
@@ -402,16 +400,14 @@ void ContentView::applyLook() {
 QString ContentView::defaultExportFile(const QString& suggestedName) {
     const QString folder = m_lastFolder.isEmpty() ? QDir::homePath() : m_lastFolder;
     // PNG first, as the default; a name typed without a suffix takes the chosen one.
-    static const QStringList filters{QStringLiteral("PNG image (*.png)"),
-                                     QStringLiteral("JPEG image (*.jpg *.jpeg)"),
-                                     QStringLiteral("WebP image (*.webp)"),
-                                     QStringLiteral("TIFF image, 16 bits (*.tif *.tiff)")};
+    const QStringList filters{tr("PNG image (*.png)"), tr("JPEG image (*.jpg *.jpeg)"),
+                              tr("WebP image (*.webp)"), tr("TIFF image, 16 bits (*.tif *.tiff)")};
     static const QStringList suffixes{QStringLiteral("png"), QStringLiteral("jpg"),
                                       QStringLiteral("webp"), QStringLiteral("tif")};
     QString chosen = filters.front();
-    QString path = QFileDialog::getSaveFileName(this, QStringLiteral("Export"),
-                                                QDir(folder).filePath(suggestedName),
-                                                filters.join(QStringLiteral(";;")), &chosen);
+    QString path =
+        QFileDialog::getSaveFileName(this, tr("Export"), QDir(folder).filePath(suggestedName),
+                                     filters.join(QStringLiteral(";;")), &chosen);
     if (!path.isEmpty() && !render::outputFormatForSuffix(QFileInfo(path).suffix()))
         path += QLatin1Char('.') + suffixes.value(filters.indexOf(chosen), suffixes.front());
     return path;
@@ -434,7 +430,7 @@ void ContentView::exportImage() {
     // The planet as it is now; the window stays free while it renders and writes.
     const Result<OutputSnapshot> snapshot = snapshotOutput(*m_model);
     if (!snapshot) {
-        showToast(true, QStringLiteral("Couldn't export %1: %2").arg(path, snapshot.message()));
+        showToast(true, tr("Couldn't export %1: %2").arg(path, snapshot.message()));
         return;
     }
     m_output->start(
@@ -444,7 +440,7 @@ void ContentView::exportImage() {
         },
         [this](const Status& written) {
             if (!written)
-                showToast(true, QStringLiteral("Couldn't export ") + written.message());
+                showToast(true, tr("Couldn't export %1").arg(written.message()));
         });
 }
 
@@ -453,7 +449,7 @@ void ContentView::copyImage() {
         return;
     const Result<OutputSnapshot> snapshot = snapshotOutput(*m_model);
     if (!snapshot) {
-        showToast(true, QStringLiteral("Couldn't copy: ") + snapshot.message());
+        showToast(true, tr("Couldn't copy: %1").arg(snapshot.message()));
         return;
     }
     auto pixels = std::make_shared<QImage>();
@@ -469,9 +465,9 @@ void ContentView::copyImage() {
             // The clipboard belongs to the main thread.
             const Status copied = rendered ? copyImageToClipboard(*pixels) : rendered;
             if (copied)
-                showToast(false, QStringLiteral("Copied to clipboard"));
+                showToast(false, tr("Copied to clipboard"));
             else
-                showToast(true, QStringLiteral("Couldn't copy: ") + copied.message());
+                showToast(true, tr("Couldn't copy: %1").arg(copied.message()));
         });
 }
 
@@ -493,7 +489,7 @@ void ContentView::exportAnimation() {
     const AnimationJob job =
         makeAnimationJob(m_model->renderer(), m_model->sourceImage(), m_model->look(),
                          m_model->library(), choice->settings);
-    m_jobPanel->setTitle(QStringLiteral("Exporting %1").arg(QFileInfo(path).fileName()));
+    m_jobPanel->setTitle(tr("Exporting %1").arg(QFileInfo(path).fileName()));
     const bool started = m_output->start(
         [job, path](render::RenderProgress& progress) {
             return writeAnimation(job, path, &progress);
@@ -501,11 +497,11 @@ void ContentView::exportAnimation() {
         [this, path](const Status& written) {
             m_jobPanel->hide();
             if (written)
-                showToast(false, QStringLiteral("Exported %1").arg(QFileInfo(path).fileName()));
+                showToast(false, tr("Exported %1").arg(QFileInfo(path).fileName()));
             else if (m_output->isCancelling())
-                showToast(false, QStringLiteral("Animation cancelled, nothing was written"));
+                showToast(false, tr("Animation cancelled, nothing was written"));
             else
-                showToast(true, QStringLiteral("Couldn't export ") + written.message());
+                showToast(true, tr("Couldn't export %1").arg(written.message()));
         });
     if (started) {
         placeJobPanel();

@@ -82,8 +82,8 @@ Header::Header(QWidget* parent)
     QLabel* title = label(QStringLiteral("VELMORA"), titleFont(), Qt::white);
     title->setObjectName(QStringLiteral("title"));
     titles->addWidget(title);
-    titles->addWidget(label(QStringLiteral("Tiny planet photo studio"), style::uiFont(12),
-                            style::Palette::secondaryText));
+    titles->addWidget(
+        label(tr("Tiny planet photo studio"), style::uiFont(12), style::Palette::secondaryText));
     row->addLayout(titles);
 
     m_menuBar = new QMenuBar(this);
@@ -96,10 +96,10 @@ Header::Header(QWidget* parent)
     row->addWidget(m_menuBar, 0, Qt::AlignVCenter);
     row->addStretch(1);
 
-    m_undo = squareButton(QStringLiteral("arrow.uturn.backward"), QStringLiteral("undo"),
-                          QStringLiteral("Undo"));
-    m_redo = squareButton(QStringLiteral("arrow.uturn.forward"), QStringLiteral("redo"),
-                          QStringLiteral("Redo"));
+    m_undo =
+        squareButton(QStringLiteral("arrow.uturn.backward"), QStringLiteral("undo"), tr("Undo"));
+    m_redo =
+        squareButton(QStringLiteral("arrow.uturn.forward"), QStringLiteral("redo"), tr("Redo"));
     auto* history = new QHBoxLayout;
     history->setSpacing(14);
     history->setContentsMargins(0, 0, 4, 0);
@@ -107,20 +107,20 @@ Header::Header(QWidget* parent)
     history->addWidget(m_redo);
     row->addLayout(history);
 
-    m_import = new HeaderButton(QStringLiteral("plus"), QStringLiteral("Import Photo"));
+    m_import = new HeaderButton(QStringLiteral("plus"), tr("Import Photo"));
     m_import->setObjectName(QStringLiteral("import"));
     m_import->setLook({Qt::black, style::Palette::accent, Qt::transparent, 11});
     m_import->setPadding(18, 10);
     row->addWidget(m_import);
 
-    m_export = new HeaderButton(QStringLiteral("square.and.arrow.up"), QStringLiteral("Export"));
+    m_export = new HeaderButton(QStringLiteral("square.and.arrow.up"), tr("Export"));
     m_export->setObjectName(QStringLiteral("export"));
     m_export->setLook({Qt::white, style::Palette::control, style::Palette::hairline, 11});
     m_export->setPadding(16, 10);
     m_export->setDisabledOpacity(0.4);
     row->addWidget(m_export);
 
-    m_layers = new HeaderButton(QStringLiteral("square.3.layers.3d"), QStringLiteral("Layers"));
+    m_layers = new HeaderButton(QStringLiteral("square.3.layers.3d"), tr("Layers"));
     m_layers->setObjectName(QStringLiteral("layers"));
     m_layers->setCheckable(true);
     m_layers->setLook({Qt::white, style::Palette::control, style::Palette::hairline, 11});
@@ -137,12 +137,12 @@ Header::Header(QWidget* parent)
     auto* controls = new QHBoxLayout;
     controls->setSpacing(4);
     controls->setContentsMargins(10, 0, 0, 0);
-    HeaderButton* minimise = windowButton(QStringLiteral("window.minimize"),
-                                          QStringLiteral("minimise"), QStringLiteral("Minimise"));
-    m_maximise = windowButton(QStringLiteral("window.maximize"), QStringLiteral("maximise"),
-                              QStringLiteral("Maximise"));
-    HeaderButton* close = windowButton(QStringLiteral("window.close"), QStringLiteral("close"),
-                                       QStringLiteral("Close"));
+    HeaderButton* minimise =
+        windowButton(QStringLiteral("window.minimize"), QStringLiteral("minimise"), tr("Minimise"));
+    m_maximise =
+        windowButton(QStringLiteral("window.maximize"), QStringLiteral("maximise"), tr("Maximise"));
+    HeaderButton* close =
+        windowButton(QStringLiteral("window.close"), QStringLiteral("close"), tr("Close"));
     connect(minimise, &QAbstractButton::clicked, this, [this] { window()->showMinimized(); });
     connect(m_maximise, &QAbstractButton::clicked, this, &Header::toggleMaximised);
     connect(close, &QAbstractButton::clicked, this, [this] { window()->close(); });
@@ -204,7 +204,7 @@ bool Header::eventFilter(QObject* watched, QEvent* event) {
         const bool maximised = window()->isMaximized();
         m_maximise->setSymbol(maximised ? QStringLiteral("window.restore")
                                         : QStringLiteral("window.maximize"));
-        m_maximise->setToolTip(maximised ? QStringLiteral("Restore") : QStringLiteral("Maximise"));
+        m_maximise->setToolTip(maximised ? tr("Restore") : tr("Maximise"));
     }
     return QWidget::eventFilter(watched, event);
 }

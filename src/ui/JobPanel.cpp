@@ -47,7 +47,7 @@ JobPanel::JobPanel(std::function<Counts()> source, QWidget* parent)
     text->addWidget(m_bar);
     row->addLayout(text);
 
-    m_cancel = new QPushButton(QStringLiteral("Cancel"), this);
+    m_cancel = new QPushButton(tr("Cancel"), this);
     m_cancel->setObjectName(QStringLiteral("jobCancel"));
     m_cancel->setCursor(Qt::PointingHandCursor);
     connect(m_cancel, &QPushButton::clicked, this, &JobPanel::cancelRequested);
@@ -84,10 +84,9 @@ void JobPanel::poll() {
     const Counts counts = m_source ? m_source() : Counts{};
     m_bar->setRange(0, std::max(counts.total, 1));
     m_bar->setValue(std::min(counts.done, std::max(counts.total, 1)));
-    m_detail->setText(counts.cancelling ? QStringLiteral("Stopping\u2026")
-                      : counts.total > 0
-                          ? QStringLiteral("%1 of %2").arg(counts.done).arg(counts.total)
-                          : QStringLiteral("Starting\u2026"));
+    m_detail->setText(counts.cancelling  ? tr("Stopping…")
+                      : counts.total > 0 ? tr("%1 of %2").arg(counts.done).arg(counts.total)
+                                         : tr("Starting…"));
     m_cancel->setEnabled(!counts.cancelling);
 }
 

@@ -25,6 +25,8 @@ constexpr int spacing = 14;
 constexpr int compactSpacing = 8;
 constexpr int opacityWidth = 110;
 constexpr int compactOpacityWidth = 72;
+/// The least of a blend mode's name shown when a long one is cut short.
+constexpr int minBlendTextWidth = 44;
 constexpr double buttonRadius = 7;
 
 void setForeground(QWidget* widget, const QColor& colour) {
@@ -94,10 +96,24 @@ public:
     }
 
     QSize sizeHint() const override {
-        const int textWidth = QFontMetrics(font()).horizontalAdvance(text());
-        return {std::max(m_minWidth, textWidth + chevronRoom() + 2 * m_paddingX), buttonSide};
+        return {std::max(m_minWidth, shownTextWidth() + chevronRoom() + 2 * m_paddingX),
+                buttonSide};
     }
     QSize minimumSizeHint() const override { return sizeHint(); }
+
+    int wholeTextWidth() const { return QFontMetrics(font()).horizontalAdvance(text()); }
+    int shownTextWidth() const {
+        return m_textLimit > 0 ? std::min(m_textLimit, wholeTextWidth()) : wholeTextWidth();
+    }
+    bool isElided() const { return shownTextWidth() < wholeTextWidth(); }
+    /// At most this much of the label's width shows, the rest elided; 0 for all of it.
+    void setTextLimit(int limit) {
+        if (limit == m_textLimit)
+            return;
+        m_textLimit = limit;
+        updateGeometry();
+        update();
+    }
 
     void setLabel(const QString& label, const QColor& colour) {
         const bool resized = label != text();
@@ -117,7 +133,8 @@ protected:
         const QRect textRect = content.adjusted(0, 0, -chevronRoom(), 0);
         painter.setPen(colour);
         painter.setFont(font());
-        painter.drawText(textRect, Qt::AlignCenter, text());
+        painter.drawText(textRect, Qt::AlignCenter,
+                         QFontMetrics(font()).elidedText(text(), Qt::ElideRight, textRect.width()));
         if (m_chevron) {
             const double cx = textRect.right() + chevronRoom() / 2.0 + 1;
             const double cy = height() / 2.0;
@@ -139,6 +156,7 @@ private:
     int m_minWidth;
     int m_paddingX;
     bool m_chevron;
+    int m_textLimit = 0;
 };
 
 LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
@@ -150,7 +168,7 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
     row->setSpacing(spacing);
     row->setSizeConstraint(QLayout::SetFixedSize);
 
-    auto* caption = new QLabel(QStringLiteral("Layer"), this);
+    auto* caption = new QLabel(tr("Layer"), this);
     caption->setObjectName(QStringLiteral("caption"));
     caption->setFont(style::uiFont(11, QFont::Bold, 1.0));
     setForeground(caption, style::Palette::secondaryText);
@@ -163,45 +181,40 @@ LayerInspector::LayerInspector(PlanetModel& model, QWidget* parent)
                                       style::Palette::secondaryText, this));
     m_opacity = new TintedSlider(style::Palette::accent, this);
     m_opacity->setObjectName(QStringLiteral("opacity"));
-    m_opacity->setAccessibleName(QStringLiteral("Opacity"));
+    m_opacity->setAccessibleName(tr("Opacity"));
     m_opacity->setFixedWidth(opacityWidth);
     opacity->addWidget(m_opacity);
     row->addLayout(opacity);
 
     m_blendButton = new ValueButton(56, 6, true, this);
     m_blendButton->setObjectName(QStringLiteral("blendMode"));
-    m_blendButton->setToolTip(QStringLiteral("Blend mode"));
+    m_blendButton->setToolTip(tr("Blend mode"));
     row->addWidget(m_blendButton);
 
     IconButton* flipButton =
         addIconButton(QStringLiteral("arrow.left.and.right.righttriangle.left.righttriangle.right"),
-                      QStringLiteral("Flip"), QStringLiteral("flip"));
-    IconButton* rotateLeft =
-        addIconButton(QStringLiteral("rotate.left"), QStringLiteral("Rotate \u221215\u00b0"),
-                      QStringLiteral("rotateLeft"));
+                      tr("Flip"), QStringLiteral("flip"));
+    IconButton* rotateLeft = addIconButton(QStringLiteral("rotate.left"), tr("Rotate −15°"),
+                                           QStringLiteral("rotateLeft"));
     m_rotationButton = new ValueButton(38, 4, false, this);
     m_rotationButton->setObjectName(QStringLiteral("rotation"));
-    m_rotationButton->setToolTip(QStringLiteral("Reset rotation"));
+    m_rotationButton->setToolTip(tr("Reset rotation"));
     m_rotationButton->setFont(style::uiFont(11, QFont::DemiBold));
     row->addWidget(m_rotationButton);
-    IconButton* rotateRight =
-        addIconButton(QStringLiteral("rotate.right"), QStringLiteral("Rotate +15\u00b0"),
-                      QStringLiteral("rotateRight"));
-    IconButton* orient =
-        addIconButton(QStringLiteral("location.north.circle"), QStringLiteral("Orient to planet"),
-                      QStringLiteral("orient"));
-    IconButton* centre = addIconButton(QStringLiteral("scope"), QStringLiteral("Centre on planet"),
-                                       QStringLiteral("centre"));
-    IconButton* forward =
-        addIconButton(QStringLiteral("square.3.layers.3d.top.filled"),
-                      QStringLiteral("Bring forward"), QStringLiteral("bringForward"));
-    IconButton* backward =
-        addIconButton(QStringLiteral("square.3.layers.3d.bottom.filled"),
-                      QStringLiteral("Send backward"), QStringLiteral("sendBackward"));
-    IconButton* remove = addIconButton(QStringLiteral("trash"), QStringLiteral("Delete layer"),
-                                       QStringLiteral("delete"), true);
+    IconButton* rotateRight = addIconButton(QStringLiteral("rotate.right"), tr("Rotate +15°"),
+                                            QStringLiteral("rotateRight"));
+    IconButton* orient = addIconButton(QStringLiteral("location.north.circle"),
+                                       tr("Orient to planet"), QStringLiteral("orient"));
+    IconButton* centre =
+        addIconButton(QStringLiteral("scope"), tr("Centre on planet"), QStringLiteral("centre"));
+    IconButton* forward = addIconButton(QStringLiteral("square.3.layers.3d.top.filled"),
+                                        tr("Bring forward"), QStringLiteral("bringForward"));
+    IconButton* backward = addIconButton(QStringLiteral("square.3.layers.3d.bottom.filled"),
+                                         tr("Send backward"), QStringLiteral("sendBackward"));
+    IconButton* remove =
+        addIconButton(QStringLiteral("trash"), tr("Delete layer"), QStringLiteral("delete"), true);
     // The keys by the names printed on them.
-    remove->setToolTip(QStringLiteral("Delete layer (Delete or Backspace)"));
+    remove->setToolTip(tr("Delete layer (Delete or Backspace)"));
 
     // The model's operations act on the selection, which is this inspector's layer.
     connect(m_opacity, &QSlider::sliderPressed, this, [this] { m_model.recordHistory(); });
@@ -239,9 +252,22 @@ LayerInspector::IconButton* LayerInspector::addIconButton(const QString& symbol,
 }
 
 bool LayerInspector::fitWidth(int available) {
+    // Widths with the blend mode's whole name. A name too long even for the compact
+    // bar (some languages' are) is cut short, and its tooltip says it whole.
+    const auto wholeWidth = [this] {
+        return sizeHint().width() + m_blendButton->wholeTextWidth() -
+               m_blendButton->shownTextWidth();
+    };
     setCompact(false);
-    if (sizeHint().width() > available)
+    if (wholeWidth() > available)
         setCompact(true);
+    const int over = wholeWidth() - available;
+    m_blendButton->setTextLimit(
+        over > 0 ? std::max(minBlendTextWidth, m_blendButton->wholeTextWidth() - over) : 0);
+    layout()->activate();
+    m_blendButton->setToolTip(m_blendButton->isElided()
+                                  ? tr("Blend mode: %1").arg(m_blendButton->text())
+                                  : tr("Blend mode"));
     return sizeHint().width() <= available;
 }
 

@@ -2,6 +2,7 @@
 
 #include "ui/FloatingCapsule.h"
 
+#include <QCoreApplication>
 #include <QUuid>
 
 #include <optional>
@@ -24,6 +25,8 @@ class TintedSlider;
 /// keeps working (doing nothing) if that layer disappears. Its owner shows and
 /// hides it.
 class LayerInspector : public FloatingCapsule {
+    Q_DECLARE_TR_FUNCTIONS(LayerInspector)
+
 public:
     explicit LayerInspector(PlanetModel& model, QWidget* parent = nullptr);
     ~LayerInspector() override;
@@ -33,7 +36,8 @@ public:
 
     /// Lays the bar out to fit `available` pixels if it can: in a narrow canvas it
     /// drops its caption, closes up and shortens the opacity slider, keeping every
-    /// control. Returns whether it now fits.
+    /// control; a blend mode's name still too long is cut short with an ellipsis.
+    /// Returns whether it now fits.
     bool fitWidth(int available);
     bool isCompact() const { return m_compact; }
 

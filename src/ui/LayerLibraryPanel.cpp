@@ -39,9 +39,25 @@ namespace velmora::ui {
 
 namespace {
 
-const QString emptyLibraryText = QStringLiteral(
+const char* const emptyLibraryText = QT_TRANSLATE_NOOP(
+    "LayerLibraryPanel",
     "No layers found. Add a `Layers/<Category>/*.png` folder reference to the app bundle.");
-const QString hintText = QStringLiteral("Click to add at the centre, or drag onto the planet.");
+const char* const hintText =
+    QT_TRANSLATE_NOOP("LayerLibraryPanel", "Click to add at the centre, or drag onto the planet.");
+
+/// The shipped categories and the user's default one, by the names their folders
+/// have; a category of the user's own shows its folder's name.
+[[maybe_unused]] const char* const categoryTitles[] = {
+    QT_TRANSLATE_NOOP("LayerCategory", "Glows"),
+    QT_TRANSLATE_NOOP("LayerCategory", "Lens Flares"),
+    QT_TRANSLATE_NOOP("LayerCategory", "Overlays"),
+    QT_TRANSLATE_NOOP("LayerCategory", "Stickers"),
+    QT_TRANSLATE_NOOP("LayerCategory", "My Artwork"),
+};
+
+QString categoryTitle(const QString& category) {
+    return QCoreApplication::translate("LayerCategory", category.toUtf8().constData());
+}
 
 constexpr int minCell = 62;
 constexpr int maxCell = 80;
@@ -382,7 +398,7 @@ void LayerLibraryPanel::rebuild() {
 
     auto* header = new QHBoxLayout;
     header->setSpacing(0);
-    header->addWidget(new SectionLabel(QStringLiteral("Layers"), m_body), 0, Qt::AlignVCenter);
+    header->addWidget(new SectionLabel(tr("Layers"), m_body), 0, Qt::AlignVCenter);
     header->addStretch(1);
     auto* count = new QLabel(QString::number(library.assets().size()), m_body);
     count->setObjectName(QStringLiteral("count"));
@@ -393,11 +409,10 @@ void LayerLibraryPanel::rebuild() {
     header->addWidget(count, 0, Qt::AlignVCenter);
     stack->addLayout(header);
 
-    auto* add =
-        new HeaderButton(QStringLiteral("plus"), QStringLiteral("Add Artwork\u2026"), m_body);
+    auto* add = new HeaderButton(QStringLiteral("plus"), tr("Add Artwork…"), m_body);
     add->setObjectName(QStringLiteral("addArtwork"));
-    add->setToolTip(QStringLiteral("Copy image files into your library, into the chosen "
-                                   "category or My Artwork (or drop them here)"));
+    add->setToolTip(tr("Copy image files into your library, into the chosen "
+                       "category or My Artwork (or drop them here)"));
     add->setLook({Qt::white, style::Palette::control, style::Palette::hairline, 9.0});
     add->setPadding(12, 7);
     add->setFontPixelSize(12);
@@ -408,7 +423,7 @@ void LayerLibraryPanel::rebuild() {
     });
 
     if (library.assets().isEmpty()) {
-        auto* empty = smallNote(richTextWithCode(emptyLibraryText), m_body);
+        auto* empty = smallNote(richTextWithCode(tr(emptyLibraryText)), m_body);
         empty->setObjectName(QStringLiteral("emptyText"));
         empty->setTextFormat(Qt::RichText);
         stack->addWidget(empty);
@@ -422,9 +437,9 @@ void LayerLibraryPanel::rebuild() {
     auto* chipRow = new QWidget(m_body);
     chipRow->setObjectName(QStringLiteral("chips"));
     auto* chipLayout = new FlowLayout(chipRow, 6);
-    m_chips.append(new Chip(QStringLiteral("All"), QString(), chipRow));
+    m_chips.append(new Chip(tr("All"), QString(), chipRow));
     for (const QString& name : library.categories())
-        m_chips.append(new Chip(name, name, chipRow));
+        m_chips.append(new Chip(categoryTitle(name), name, chipRow));
     for (Chip* chip : m_chips) {
         chipLayout->addWidget(chip);
         connect(chip, &QAbstractButton::clicked, this,
@@ -458,7 +473,7 @@ void LayerLibraryPanel::rebuild() {
     m_grid->setAutoFillBackground(false);
     stack->addWidget(m_gridScroller, 1);
 
-    auto* hint = smallNote(hintText, m_body);
+    auto* hint = smallNote(tr(hintText), m_body);
     hint->setObjectName(QStringLiteral("hint"));
     hint->setTextFormat(Qt::PlainText);
     stack->addWidget(hint);
@@ -531,18 +546,15 @@ QStringList LayerLibraryPanel::defaultArtworkFiles() {
     QStringList patterns;
     for (const QString& suffix : artworkImportSuffixes())
         patterns << QStringLiteral("*.") + suffix << QStringLiteral("*.") + suffix.toUpper();
-    return QFileDialog::getOpenFileNames(
-        this, QStringLiteral("Add Artwork"), QDir::homePath(),
-        QStringLiteral("Images (%1)").arg(patterns.join(QLatin1Char(' '))));
+    return QFileDialog::getOpenFileNames(this, tr("Add Artwork"), QDir::homePath(),
+                                         tr("Images (%1)").arg(patterns.join(QLatin1Char(' '))));
 }
 
 bool LayerLibraryPanel::defaultConfirmDelete(const LayerAsset& asset) {
-    QMessageBox box(QMessageBox::Warning, QStringLiteral("Remove from Library"),
-                    QStringLiteral("Delete \u201c%1\u201d for good?").arg(asset.name),
-                    QMessageBox::NoButton, this);
-    box.setInformativeText(
-        QStringLiteral("There is no trash to move it to, so it cannot be brought back."));
-    QPushButton* remove = box.addButton(QStringLiteral("Delete"), QMessageBox::DestructiveRole);
+    QMessageBox box(QMessageBox::Warning, tr("Remove from Library"),
+                    tr("Delete “%1” for good?").arg(asset.name), QMessageBox::NoButton, this);
+    box.setInformativeText(tr("There is no trash to move it to, so it cannot be brought back."));
+    QPushButton* remove = box.addButton(tr("Delete"), QMessageBox::DestructiveRole);
     QPalette warning = remove->palette();
     warning.setColor(QPalette::ButtonText, style::Palette::destructive);
     remove->setPalette(warning);
@@ -565,12 +577,12 @@ void LayerLibraryPanel::addArtwork(const QStringList& files) {
         m_model.rescanUserArtwork();
     }
     if (!imported.refused.isEmpty())
-        notify(true, QStringLiteral("Couldn't add ") + imported.refused.join(QStringLiteral("; ")));
+        notify(true, tr("Couldn't add %1").arg(imported.refused.join(QStringLiteral("; "))));
     else if (!imported.added.isEmpty())
         notify(false,
                imported.added.size() == 1
-                   ? QStringLiteral("Added to %1").arg(category)
-                   : QStringLiteral("Added %1 to %2").arg(imported.added.size()).arg(category));
+                   ? tr("Added to %1").arg(categoryTitle(category))
+                   : tr("Added %1 to %2").arg(imported.added.size()).arg(categoryTitle(category)));
 }
 
 void LayerLibraryPanel::removeFromLibrary(const QString& assetID) {
@@ -585,12 +597,12 @@ void LayerLibraryPanel::removeFromLibrary(const QString& assetID) {
         if (!confirmDelete(asset))
             return;
         if (const Status deleted = deleteArtwork(asset); !deleted) {
-            notify(true, QStringLiteral("Couldn't remove ") + deleted.message());
+            notify(true, tr("Couldn't remove %1").arg(deleted.message()));
             return;
         }
         break;
     case ArtworkRemoval::failed:
-        notify(true, QStringLiteral("Couldn't remove %1").arg(asset.filePath()));
+        notify(true, tr("Couldn't remove %1").arg(asset.filePath()));
         return;
     }
     m_model.rescanUserArtwork();
@@ -600,7 +612,7 @@ void LayerLibraryPanel::showCellMenu(const LayerAsset& asset, QPoint globalPos) 
     auto* menu = new QMenu(this);
     menu->setObjectName(QStringLiteral("artworkMenu"));
     menu->setAttribute(Qt::WA_DeleteOnClose);
-    QAction* remove = menu->addAction(QStringLiteral("Remove from Library"));
+    QAction* remove = menu->addAction(tr("Remove from Library"));
     const QString id = asset.id;
     // Once the menu has gone: removing rebuilds the grid the menu was opened from.
     connect(remove, &QAction::triggered, this, [this, id] {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QCoreApplication>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -26,6 +27,8 @@ namespace velmora::ui {
 /// the user's library, into the chosen category or "My Artwork"; the user's own
 /// thumbnails have a menu to remove them again.
 class LayerLibraryPanel : public QWidget {
+    Q_DECLARE_TR_FUNCTIONS(LayerLibraryPanel)
+
 public:
     static constexpr int panelWidth = 262;
 

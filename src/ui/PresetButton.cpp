@@ -21,7 +21,7 @@ constexpr double radius = 11;
 PresetButton::PresetButton(Preset preset, QWidget* parent)
     : QAbstractButton(parent)
     , m_preset(preset) {
-    setText(presetTitle(preset));
+    setText(presetDisplayTitle(preset));
     setFont(style::uiFont(14, QFont::DemiBold));
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setFocusPolicy(Qt::TabFocus);

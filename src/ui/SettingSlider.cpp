@@ -64,12 +64,12 @@ SettingSlider::SettingSlider(SettingSliderConfig config, QWidget* parent)
     controls->setSpacing(8);
     m_minus = new StepButton(QStringLiteral("minus"), this);
     m_minus->setObjectName(QStringLiteral("minus"));
-    m_minus->setAccessibleName(m_config.title + QStringLiteral(" down"));
+    m_minus->setAccessibleName(tr("%1 down").arg(m_config.title));
     m_slider = new TintedSlider(m_config.tint, this);
     m_slider->setAccessibleName(m_config.title);
     m_plus = new StepButton(QStringLiteral("plus"), this);
     m_plus->setObjectName(QStringLiteral("plus"));
-    m_plus->setAccessibleName(m_config.title + QStringLiteral(" up"));
+    m_plus->setAccessibleName(tr("%1 up").arg(m_config.title));
     controls->addWidget(m_minus, 0, Qt::AlignVCenter);
     controls->addWidget(m_slider, 1, Qt::AlignVCenter);
     controls->addWidget(m_plus, 0, Qt::AlignVCenter);

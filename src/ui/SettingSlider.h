@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QCoreApplication>
 #include <QString>
 #include <QWidget>
 
@@ -46,6 +47,8 @@ struct SettingSliderConfig {
 ///     [symbol] TITLE                 readout
 ///     [-] ========O============ [+]
 class SettingSlider : public QWidget {
+    Q_DECLARE_TR_FUNCTIONS(SettingSlider)
+
 public:
     /// Steps this close together are one run of changes.
     static constexpr int runPauseMs = 150;

@@ -25,7 +25,7 @@ namespace {
 SettingSliderConfig sliderConfig(PlanetModel& model, const SettingInfo& info) {
     const Setting setting = info.setting;
     SettingSliderConfig c;
-    c.title = QString::fromUtf8(info.label);
+    c.title = settingLabel(info);
     c.symbol = QString::fromLatin1(info.symbol);
     c.tint = info.kind == SettingKind::colour ? style::Palette::warm : style::Palette::accent;
     c.step = info.step;
@@ -83,7 +83,7 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
     column->setContentsMargins(20, 20, 20, 20);
     column->setSpacing(18);
 
-    column->addWidget(new SectionLabel(QStringLiteral("Presets")));
+    column->addWidget(new SectionLabel(tr("Presets")));
     auto* presets = new QVBoxLayout;
     presets->setSpacing(8);
     presets->setContentsMargins(0, 4, 0, 0);
@@ -102,7 +102,7 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
     connect(&m_model, &PlanetModel::selectedPresetChanged, this, showPreset);
     showPreset();
 
-    column->addWidget(new SectionLabel(QStringLiteral("Settings")));
+    column->addWidget(new SectionLabel(tr("Settings")));
     auto* settings = new QVBoxLayout;
     settings->setSpacing(16);
     // One row per setting of the table: the projection first, then under "Adjust"
@@ -110,7 +110,7 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
     bool adjustShown = false;
     for (const SettingInfo& info : settingsTable()) {
         if (info.kind == SettingKind::colour && !adjustShown) {
-            auto* adjust = new SectionLabel(QStringLiteral("Adjust"));
+            auto* adjust = new SectionLabel(tr("Adjust"));
             adjust->setContentsMargins(0, 4, 0, 0);
             settings->addWidget(adjust);
             adjustShown = true;
@@ -122,7 +122,7 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
                 labels.append(choice.label);
             // A choice has no drag either: one pick is one undo step.
             auto* row = new ChoiceRow(
-                QString::fromUtf8(info.label), labels,
+                settingLabel(info), labels,
                 [this, setting] { return static_cast<int>(std::lround(m_model.setting(setting))); },
                 [this, setting](int index) {
                     m_model.recordHistory();
@@ -139,8 +139,7 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
         if (info.control == SettingControl::toggle) {
             // A switch has no drag to commit at, so it records history itself.
             auto* toggle = new PillToggle(
-                QString::fromUtf8(info.label),
-                [this, setting] { return m_model.setting(setting) != 0.0; },
+                settingLabel(info), [this, setting] { return m_model.setting(setting) != 0.0; },
                 [this, setting](bool on) {
                     m_model.recordHistory();
                     m_model.setSetting(setting, on ? 1.0 : 0.0);
@@ -165,8 +164,7 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
     }
     column->addLayout(settings);
 
-    auto* reset =
-        new HeaderButton(QStringLiteral("arrow.counterclockwise"), QStringLiteral("Reset"));
+    auto* reset = new HeaderButton(QStringLiteral("arrow.counterclockwise"), tr("Reset"));
     reset->setObjectName(QStringLiteral("reset"));
     reset->setLook({Qt::white, style::Palette::control, Qt::transparent, 11});
     reset->setPadding(16, 11);
@@ -177,8 +175,8 @@ Sidebar::Sidebar(PlanetModel& model, QWidget* parent)
     resetRow->addWidget(reset);
     column->addLayout(resetRow);
 
-    auto* tip = new QLabel(QStringLiteral(
-        "Tip: wide landscape photos and 360\u00b0 panoramas create the best tiny planets."));
+    auto* tip = new QLabel(
+        tr("Tip: wide landscape photos and 360° panoramas create the best tiny planets."));
     tip->setWordWrap(true);
     tip->setFont(style::uiFont(11));
     QPalette tipPalette = tip->palette();

@@ -28,7 +28,7 @@ Toast::Toast(QWidget* parent)
     pal.setColor(QPalette::WindowText, Qt::white);
     m_label->setPalette(pal);
     row->addWidget(m_label);
-    setMessage(Kind::done, QStringLiteral("Copied to clipboard"));
+    setMessage(Kind::done, tr("Copied to clipboard"));
 }
 
 void Toast::setMessage(Kind kind, const QString& text) {

@@ -2,6 +2,8 @@
 
 #include "ui/FloatingCapsule.h"
 
+#include <QCoreApplication>
+
 class QLabel;
 
 namespace velmora::ui {
@@ -11,6 +13,8 @@ class SymbolView;
 /// A short message floating at the bottom of the window: "Copied to clipboard" after
 /// a copy, or what went wrong when an export, a copy or a picture failed.
 class Toast : public FloatingCapsule {
+    Q_DECLARE_TR_FUNCTIONS(Toast)
+
 public:
     enum class Kind { done, failed };
 

@@ -280,13 +280,16 @@ struct Outcome {
     QString err;
 };
 
-Outcome runProgram(const QStringList& arguments) {
+Outcome runProgram(const QStringList& arguments,
+                   const QList<std::pair<QString, QString>>& environment = {}) {
     QProcess process;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     env.remove(QStringLiteral("DISPLAY"));
     env.remove(QStringLiteral("WAYLAND_DISPLAY"));
     env.remove(QStringLiteral("QT_QPA_PLATFORM"));
     env.remove(QStringLiteral("VELMORA_RESOURCES"));
+    for (const auto& [name, value] : environment)
+        env.insert(name, value);
     process.setProcessEnvironment(env);
     process.start(QStringLiteral(VELMORA_BINARY), arguments);
     process.waitForFinished(120000);
@@ -380,6 +383,27 @@ TEST_F(CommandLineRun, FailuresNameTheFileExitOneAndWriteNothing) {
     ASSERT_TRUE(kept.open(QIODevice::ReadOnly));
     EXPECT_EQ(kept.readAll(), QByteArray("earlier result"));
     EXPECT_FALSE(QFile::exists(nowhere));
+}
+
+// The window's translations are for the window: on a German desktop, with the
+// translations at hand, the command line's messages and help stay English.
+TEST_F(CommandLineRun, MessagesStayEnglishOnAGermanDesktop) {
+    const QList<std::pair<QString, QString>> german{
+        {QStringLiteral("LANG"), QStringLiteral("de_DE.UTF-8")},
+        {QStringLiteral("LANGUAGE"), QStringLiteral("de")},
+        {QStringLiteral("VELMORA_LANGUAGE"), QStringLiteral("de")}};
+    ASSERT_TRUE(
+        QFile::exists(test::buildResources() + QStringLiteral("/translations/velmora_de.qm")));
+    const QString missing = files.file(QStringLiteral("missing.jpg"));
+    const Outcome run =
+        runProgram({QStringLiteral("render"), QStringLiteral("--resources"), test::buildResources(),
+                    missing, QStringLiteral("-o"), files.file(QStringLiteral("out.png"))},
+                   german);
+    EXPECT_EQ(run.status, 1);
+    EXPECT_TRUE(run.err.contains(missing + QStringLiteral(": no such file"))) << run.err;
+    const Outcome help = runProgram({QStringLiteral("--help")}, german);
+    EXPECT_TRUE(help.out.contains(QStringLiteral("saturation"))) << help.out;
+    EXPECT_FALSE(help.out.contains(QStringLiteral("Sättigung")));
 }
 
 // Damage the decoder recovers from still renders (exit 0), with a warning that

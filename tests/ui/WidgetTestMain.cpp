@@ -1,4 +1,5 @@
 #include <QApplication>
+#include <QLocale>
 
 #include <QTemporaryDir>
 
@@ -12,6 +13,8 @@ int main(int argc, char** argv) {
     const QTemporaryDir data;
     qputenv("XDG_DATA_HOME", QFile::encodeName(data.path()));
     QApplication app(argc, argv);
+    // Readouts are read as English numbers ("1.25") whatever the machine's locale.
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
     ::testing::InitGoogleTest(&argc, argv);
     return RUN_ALL_TESTS();
 }

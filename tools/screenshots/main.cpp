@@ -3,6 +3,8 @@
 // smallest window size), a badge of the user's own as a nadir patch, and the note a
 // failed export leaves at the top of the canvas. Run it under
 // a display (Xvfb works): velmora_screenshots OUTDIR [RESOURCES]
+// With VELMORA_LANGUAGE set (VELMORA_LANGUAGE=de) it takes only the translated window
+// at its smallest, as window-narrow.png shows it in English: window-german.png.
 
 #include "app/Application.h"
 #include "app/MainWindow.h"
@@ -16,6 +18,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QLocale>
 #include <QTemporaryDir>
 #include <QTimer>
 
@@ -41,6 +44,10 @@ int main(int argc, char** argv) {
     if (argc > 2)
         setResourcesRoot(QString::fromLocal8Bit(argv[2]));
     prepareApplication();
+    // The docs' English pictures stay English on a machine set to another language.
+    const bool translated = qEnvironmentVariableIsSet("VELMORA_LANGUAGE");
+    if (!translated)
+        installTranslations(QLocale(QLocale::English));
 
     const Result<PlanetRenderer> renderer = PlanetRenderer::load(resourcesRoot());
     if (!renderer) {
@@ -54,7 +61,8 @@ int main(int argc, char** argv) {
     window.resize(1400, 900);
     window.show();
     settle(800);
-    window.grab().save(out.filePath(QStringLiteral("window-empty.png")));
+    if (!translated)
+        window.grab().save(out.filePath(QStringLiteral("window-empty.png")));
 
     PlanetModel& model = window.content()->model();
     if (!loadImageFile(model, resourcesRoot() + QStringLiteral("/samples/panorama.jpg")))
@@ -69,11 +77,17 @@ int main(int argc, char** argv) {
         l.scale = 0.16;
     });
     settle(1200);
-    window.grab().save(out.filePath(QStringLiteral("window-planet.png")));
+    if (!translated)
+        window.grab().save(out.filePath(QStringLiteral("window-planet.png")));
 
     // The smallest window, library open: the inspector closes up, the chips wrap.
     window.resize(window.minimumSize());
     settle(800);
+    if (translated) {
+        const QString language = QLocale::languageToString(uiLocale().language()).toLower();
+        window.grab().save(out.filePath(QStringLiteral("window-%1.png").arg(language)));
+        return 0;
+    }
     window.grab().save(out.filePath(QStringLiteral("window-narrow.png")));
     window.resize(1400, 900);
     settle(400);

@@ -30,7 +30,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         &projection.rotation,     &projection.twist,       &projection.shiftX,
         &projection.horizon,      &projection.flipX,       &projection.flipY,
         &projection.blendWidth,   &projection.repeats,     &projection.coverTop,
-        &projection.coverHeight};
+        &projection.coverHeight,  &projection.coverLeft,   &projection.coverWidth};
     for (float* value : floats)
         *value = input.ConsumeFloatingPoint<float>();
     projection.invert = input.ConsumeBool() ? 1 : 0;

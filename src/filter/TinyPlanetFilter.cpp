@@ -135,7 +135,9 @@ std::optional<render::Image> TinyPlanetFilter::apply(const render::Image& source
                             parameters.repeats,
                             static_cast<float>(cover.top),
                             static_cast<float>(cover.height),
-                            {}};
+                            {},
+                            static_cast<float>(cover.left),
+                            static_cast<float>(cover.width)};
     std::copy(pose.begin(), pose.end(), projection.pose);
     return render::Image::fromNode(
         std::make_shared<TinyPlanetNode>(m_kernel, std::move(pixels), projection, side));

@@ -17,7 +17,7 @@
 extern "C" {
 #endif
 
-#define VM_KERNEL_ABI_VERSION 3
+#define VM_KERNEL_ABI_VERSION 4
 #define VM_MAX_LEVELS 24
 
 /// Byte layouts of source pixels.
@@ -105,6 +105,12 @@ typedef struct VmProjection {
     /// panorama's middle, z down) into the camera's, for a camera that was not held
     /// level. The identity for none.
     float pose[9];
+    /// The picture's columns round the circle: from coverLeft, a fraction of the
+    /// circle from the panorama's left end (where u = 0), over coverWidth of it.
+    /// (0, 1) goes once round. In the part it leaves open, its two side edges are
+    /// continued, blurred, and cross-fade into each other.
+    float coverLeft;
+    float coverWidth;
 } VmProjection;
 
 /// The projection kernel: the source sampler, the projection and the destination.

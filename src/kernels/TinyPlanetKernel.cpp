@@ -84,6 +84,11 @@ struct Setup {
     float roomAbove = 0.f; // picture heights from its top edge to the zenith
     float roomBelow = 0.f; // and from its bottom edge to the nadir
     bool partial = false;  // the picture leaves part of the sphere to be filled
+    float coverLeft = 0.f; // the picture's columns round the circle
+    float invCoverWidth = 1.f;
+    float circle = 1.f;   // the whole circle in picture widths
+    bool sides = false;   // the picture leaves part of the circle open
+    float sideBlur = 0.f; // lod of the blurred side edges the open part is made of
     float pose[9] = {1.f, 0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 1.f};
 };
 
@@ -103,6 +108,7 @@ VM_INLINE void mapSpan(const Setup& k, int x0, int py, int n, float* __restrict 
     const float twist = k.twist, invHorizon = k.invHorizon, bend = k.bend, turns = k.turns;
     const float cosFy = k.cosFy, sinFy = k.sinFy, cosFx = k.cosFx, sinFx = k.sinFx;
     const float coverTop = k.coverTop, invCoverHeight = k.invCoverHeight;
+    const float coverLeft = k.coverLeft, invCoverWidth = k.invCoverWidth;
     const float m0 = k.pose[0], m1 = k.pose[1], m2 = k.pose[2], m3 = k.pose[3], m4 = k.pose[4],
                 m5 = k.pose[5], m6 = k.pose[6], m7 = k.pose[7], m8 = k.pose[8];
     // v = vBase + vSign * c / pi: the nadir in the middle, or the zenith when inverted.
@@ -158,7 +164,11 @@ VM_INLINE void mapSpan(const Setup& k, int x0, int py, int n, float* __restrict 
         // Bounded before the whole turns are removed: lon may be any float, NaN too.
         float u = clampf(0.5f + lon * turns, -1e6f, 1e6f);
         u -= static_cast<float>(floorToInt(u));
-        us[i] = u;
+        // In picture widths from its left edge: beyond 1 lies the part it leaves
+        // open. Exact for a picture that goes once round (left 0, width 1).
+        u -= coverLeft;
+        u -= static_cast<float>(floorToInt(u));
+        us[i] = u * invCoverWidth;
         vs[i] = (v - coverTop) * invCoverHeight;
     }
 }
@@ -192,10 +202,11 @@ VM_INLINE float seamDistance(float u) {
     return u > 0.5f ? u - 1.f : u;
 }
 
-/// A difference of two u values taken the short way round, in [-0.5, 0.5].
-VM_INLINE float wrapDelta(float du) {
-    // u values lie in [0, 1), so du lies in (-1, 1).
-    return du - static_cast<float>(floorToInt(du + 0.5f));
+/// A difference of two u values taken the short way round a circle of `circle`
+/// picture widths, in [-circle / 2, circle / 2].
+VM_INLINE float wrapDelta(float du, float circle) {
+    // u values lie in [0, circle), so du lies in (-circle, circle).
+    return du - circle * static_cast<float>(floorToInt(du / circle + 0.5f));
 }
 
 /// The colour of a pixel within the seam band, `ds` (signed) and `reach` from the seam.
@@ -267,19 +278,20 @@ struct RowFootprints {
 VM_INLINE void footprints(const float* __restrict pu, const float* __restrict pv,
                           const float* __restrict cu, const float* __restrict cv,
                           const float* __restrict nu, const float* __restrict nv, int w,
-                          float width, float height, RowFootprints& out) {
+                          float width, float height, float circle, RowFootprints& out) {
     for (int i = 0; i < w; ++i) {
         const float u = cu[i + 1];
         const float v = cv[i + 1];
-        const float du0 = std::fabs(wrapDelta(cu[i] - u));
-        const float du1 = std::fabs(wrapDelta(cu[i + 2] - u));
-        const float du2 = std::fabs(wrapDelta(pu[i + 1] - u));
-        const float du3 = std::fabs(wrapDelta(nu[i + 1] - u));
+        const float du0 = std::fabs(wrapDelta(cu[i] - u, circle));
+        const float du1 = std::fabs(wrapDelta(cu[i + 2] - u, circle));
+        const float du2 = std::fabs(wrapDelta(pu[i + 1] - u, circle));
+        const float du3 = std::fabs(wrapDelta(nu[i + 1] - u, circle));
         const float dv0 = std::fabs(cv[i] - v);
         const float dv1 = std::fabs(cv[i + 2] - v);
         const float dv2 = std::fabs(pv[i + 1] - v);
         const float dv3 = std::fabs(nv[i + 1] - v);
-        const float eu = std::max(std::max(du0, du1), std::max(du2, du3));
+        // At most half the picture: the taps then stay within a width of it.
+        const float eu = std::fmin(std::max(std::max(du0, du1), std::max(du2, du3)), 0.5f);
         const float ev = std::max(std::max(dv0, dv1), std::max(dv2, dv3));
         const float pixelsU = eu * width;
         const float pixelsV = ev * height;
@@ -420,6 +432,29 @@ VM_INLINE Rgba edgeFill(const VmSampler& src, bool above, float u, float t) {
     return (edgeSumAt(sums, columns, x0 + width) - edgeSumAt(sums, columns, x0)) * (1.f / width);
 }
 
+/// The picture's left (or right) edge at v, blurred: what the part of the circle it
+/// leaves open is made of. Linear premultiplied.
+template <int Format, bool Opaque>
+VM_INLINE Rgba sideEdge(const VmSampler& src, const Setup& k, bool left, float v) {
+    // The middle of the edge's first texel at the blurred level, so the sample does
+    // not wrap round to the other edge.
+    const float inset = 0.5f * fm::exp2(k.sideBlur) / k.width;
+    return samplePanorama<Format, Opaque>(src, left ? inset : 1.f - inset, v, k.sideBlur);
+}
+
+/// The open part of the circle at `g` of the way across it from the picture's right
+/// edge to its left: the two edges cross-fade.
+template <int Format, bool Opaque>
+VM_INLINE Rgba sideFill(const VmSampler& src, const Setup& k, float g, float v) {
+    const float t = clampf(g, 0.f, 1.f);
+    return lerp(sideEdge<Format, Opaque>(src, k, false, v),
+                sideEdge<Format, Opaque>(src, k, true, v), t * t * (3.f - 2.f * t));
+}
+
+/// The band inside the picture, in picture widths, over which it fades into the side
+/// fill.
+constexpr float sideFeather = 0.04f;
+
 // The hot loop is compiled twice, for x86-64-v3 (AVX2, FMA) and for any x86-64; the
 // dynamic loader picks one by the processor's features when the module is loaded.
 // (Not "arch=haswell": that clone is chosen by processor model, so AMD never gets it.)
@@ -449,18 +484,33 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
         float* __restrict nv = v[(j + 2) % 3];
         mapRow(k, x0 - 1, y0 + j + 1, w + 2, nu, nv);
 
-        footprints(pu, pv, cu, cv, nu, nv, w, k.width, k.height, foot);
+        footprints(pu, pv, cu, cv, nu, nv, w, k.width, k.height, k.circle, foot);
 
         float* out = d.pixels + static_cast<int64_t>(y0 - d.y + j) * d.stride + 4 * (x0 - d.x);
         for (int i = 0; i < w; ++i) {
             const float pixelU = cu[i + 1];
             const float pixelV = cv[i + 1];
             Rgba c;
+            // Across the part of the circle the picture leaves open, from its right
+            // edge (0) to its left (1).
+            const float across = k.sides ? (pixelU - 1.f) / (k.circle - 1.f) : 0.f;
+            const bool open = k.sides && pixelU > 1.f;
             if (k.partial && !(pixelV >= 0.f && pixelV <= 1.f)) {
                 const bool above = !(pixelV >= 0.f);
                 const float beyond = above ? -pixelV : pixelV - 1.f;
                 const float room = above ? k.roomAbove : k.roomBelow;
-                c = edgeFill(src, above, pixelU, room > 0.f ? beyond / room : 1.f);
+                const float t = room > 0.f ? beyond / room : 1.f;
+                if (open) {
+                    // Above or below the open part: the fills above the two edges
+                    // cross-fade as the side fill does.
+                    const float g = clampf(across, 0.f, 1.f);
+                    c = lerp(edgeFill(src, above, 1.f, t), edgeFill(src, above, 0.f, t),
+                             g * g * (3.f - 2.f * g));
+                } else {
+                    c = edgeFill(src, above, pixelU, t);
+                }
+            } else if (open) {
+                c = sideFill<Format, Opaque>(src, k, across, pixelV);
             } else {
                 c = sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot, i);
                 if (k.seamHalf > 0.f) {
@@ -468,6 +518,15 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
                     const float reach = std::fabs(ds);
                     if (reach < k.seamHalf)
                         c = blendSeam<Format, Opaque>(src, k, c, ds, reach, pixelV, foot.lod[i]);
+                }
+                if (k.sides) {
+                    // Near a side edge the picture fades into the side fill.
+                    const float edge = std::fmin(pixelU, 1.f - pixelU);
+                    if (edge < sideFeather) {
+                        const float near = 1.f - edge / sideFeather;
+                        const float blend = near * near * (3.f - 2.f * near);
+                        c = lerp(c, sideEdge<Format, Opaque>(src, k, pixelU < 0.5f, pixelV), blend);
+                    }
                 }
                 if (k.partial) {
                     // Near an edge with sphere beyond it, the picture fades into the
@@ -577,12 +636,27 @@ __attribute__((visibility("default"))) void tinyPlanet(const VmSampler* source,
             k.invCoverHeight = 1.f;
         }
     }
+    // A cover of no width, or more than the circle, goes once round.
+    const float left = finiteOr(p.coverLeft, 0.f);
+    const float wide = finiteOr(p.coverWidth, 1.f);
+    if (wide > 1e-3f && wide < 0.9999f && left >= 0.f && left < 1.f) {
+        k.sides = true;
+        k.coverLeft = left;
+        k.invCoverWidth = 1.f / wide;
+        k.circle = 1.f / wide;
+        // The ends do not meet: nothing to blend across a seam.
+        k.seamHalf = 0.f;
+    }
     k.width = std::isfinite(p.inputSize.x) && p.inputSize.x > 0.f
                   ? p.inputSize.x
                   : static_cast<float>(source->levels[0].width);
     k.height = std::isfinite(p.inputSize.y) && p.inputSize.y > 0.f
                    ? p.inputSize.y
                    : static_cast<float>(source->levels[0].height);
+
+    // The side edges blurred over about a fiftieth of the picture's height.
+    k.sideBlur =
+        clampf(fastLog2(0.02f * k.height), 0.f, static_cast<float>(source->levelCount - 1));
 
     switch (source->format) {
     case VM_FORMAT_RGBA8:

@@ -88,6 +88,15 @@ render::SpherePlacement spherePlacement(const QString& sourcePath) {
             placement.top = *top / *fullHeight;
             placement.height = std::min(*height, *fullHeight - *top) / *fullHeight;
         }
+        const std::optional<double> fullWidth = number("FullPanoWidthPixels");
+        const std::optional<double> left = number("CroppedAreaLeftPixels");
+        const std::optional<double> width = number("CroppedAreaImageWidthPixels");
+        if (fullWidth && left && width && *fullWidth > 0.0 && *width > 0.0 && *left >= 0.0 &&
+            *width <= *fullWidth + 0.5) {
+            // The cropped area may run past the full width's end: it wraps.
+            placement.left = std::fmod(*left, *fullWidth) / *fullWidth;
+            placement.width = std::min(*width / *fullWidth, 1.0);
+        }
         placement.pitchDegrees = std::clamp(number("PosePitchDegrees").value_or(0.0), -90.0, 90.0);
         placement.rollDegrees = std::clamp(number("PoseRollDegrees").value_or(0.0), -180.0, 180.0);
     } catch (const std::exception&) {

@@ -6,15 +6,24 @@
 namespace velmora::render {
 
 SphereCover coverOf(QSize size, const SpherePlacement& placement) {
+    SphereCover cover;
+    if (placement.left && placement.width && std::isfinite(*placement.left) &&
+        std::isfinite(*placement.width) && *placement.left >= 0.0 && *placement.left < 1.0 &&
+        *placement.width > 0.0) {
+        cover.left = *placement.left;
+        cover.width = std::fmin(*placement.width, 1.0);
+    }
     if (placement.top && placement.height && std::isfinite(*placement.top) &&
         std::isfinite(*placement.height) && *placement.height > 0.0 && *placement.top >= 0.0 &&
-        *placement.top + *placement.height <= 1.0 + 1e-9)
-        return {*placement.top, std::fmin(*placement.height, 1.0 - *placement.top)};
-    if (size.width() > 2 * size.height() && size.height() > 0) {
-        const double height = 2.0 * size.height() / size.width();
-        return {0.5 - 0.5 * height, height};
+        *placement.top + *placement.height <= 1.0 + 1e-9) {
+        cover.top = *placement.top;
+        cover.height = std::fmin(*placement.height, 1.0 - *placement.top);
+    } else if (size.width() > 2 * size.height() * cover.width && size.height() > 0) {
+        // Natural height: the picture's pixels are as tall as they are wide.
+        cover.height = 2.0 * size.height() * cover.width / size.width();
+        cover.top = 0.5 - 0.5 * cover.height;
     }
-    return {};
+    return cover;
 }
 
 std::array<float, 9> poseMatrix(double pitchDegrees, double rollDegrees) {

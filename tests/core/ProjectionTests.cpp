@@ -422,7 +422,9 @@ TEST(ProjectionKernel, ACallerOfAnotherVersionIsRefused) {
                             p.repeats,
                             0.f,
                             1.f,
-                            {1, 0, 0, 0, 1, 0, 0, 0, 1}};
+                            {1, 0, 0, 0, 1, 0, 0, 0, 1},
+                            0.f,
+                            1.f};
     std::vector<float> out(8 * 8 * 4, -1.f);
     const VmDestination destination{0, 0, 8, 8, out.data(), 8 * 4};
     for (const int version : {VM_KERNEL_ABI_VERSION - 1, VM_KERNEL_ABI_VERSION + 1}) {

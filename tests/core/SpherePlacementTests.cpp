@@ -91,6 +91,15 @@ TEST(SphereCovers, FromMetadataOrFromTheShape) {
         EXPECT_EQ(render::coverOf({8000, 2000}, nonsense), (SphereCover{0.25, 0.5}))
             << top << " " << height;
     }
+    // Columns from the file only: a half circle from a quarter round, whose natural
+    // height is then that of a picture twice as wide.
+    SpherePlacement half;
+    half.left = 0.25;
+    half.width = 0.5;
+    EXPECT_EQ(render::coverOf({4000, 2000}, half), (SphereCover{0.25, 0.5, 0.25, 0.5}));
+    EXPECT_EQ(render::coverOf({2000, 2000}, half), (SphereCover{0.0, 1.0, 0.25, 0.5}));
+    half.width = 0.0;
+    EXPECT_EQ(render::coverOf({2000, 2000}, half), SphereCover{});
 }
 
 // The pose is a rotation, the identity for a level camera, and it takes the world
@@ -252,4 +261,64 @@ TEST(PartialPanoramas, ATiltedCameraIsLevelled) {
     const std::vector<double> levelled = groundRadii();
     EXPECT_LE(spread(levelled), 3.0);
     EXPECT_NEAR(levelled.front(), side / 4.0, 2.0); // the horizon where it belongs
+}
+
+// A panorama less than 360 degrees wide lies where its file says round the circle; the
+// part it leaves open is made of its two side edges, blurred, cross-fading into each
+// other: no hard line at either edge, nothing undefined.
+TEST(PartialPanoramas, ANarrowPanoramaLiesAtItsLongitudes) {
+    const test::TempTree tree;
+    // 180 degrees wide from 90 degrees round (so its middle faces straight up in the
+    // planet), red at its left, blue at its right, full height.
+    QImage half(800, 800, QImage::Format_RGB32);
+    for (int y = 0; y < half.height(); ++y)
+        for (int x = 0; x < half.width(); ++x) {
+            const float t = static_cast<float>(x) / static_cast<float>(half.width() - 1);
+            half.setPixelColor(
+                x, y,
+                QColor::fromRgbF(0.86f * (1 - t) + 0.12f * t, 0.2f, 0.12f * (1 - t) + 0.86f * t));
+        }
+    const QString path = tree.file(QStringLiteral("half.jpg"));
+    ASSERT_TRUE(half.save(path, nullptr, 95));
+    writeGPano(path, {{"ProjectionType", "equirectangular"},
+                      {"FullPanoWidthPixels", "1600"},
+                      {"FullPanoHeightPixels", "800"},
+                      {"CroppedAreaImageWidthPixels", "800"},
+                      {"CroppedAreaImageHeightPixels", "800"},
+                      {"CroppedAreaLeftPixels", "400"},
+                      {"CroppedAreaTopPixels", "0"}});
+    const SpherePlacement read = spherePlacement(path);
+    ASSERT_TRUE(read.left && read.width);
+    EXPECT_DOUBLE_EQ(*read.left, 0.25);
+    EXPECT_DOUBLE_EQ(*read.width, 0.5);
+
+    const int side = 400;
+    const render::Image source = decodeImageFile(path).value();
+    const QImage planet = planetOf(source, side);
+    const double r = radiusOf(-20 * pi / 180, side);
+    const auto near = [](QColor a, QColor b, int within) {
+        return test::channelDistance(a, b) <= within;
+    };
+    // The picture's middle straight up, its left end a quarter turn anticlockwise.
+    EXPECT_TRUE(near(at(planet, r, 0.0), QColor::fromRgbF(0.49f, 0.2f, 0.49f), 12));
+    EXPECT_TRUE(near(at(planet, r, -pi / 2 + 0.3), QColor::fromRgbF(0.79f, 0.2f, 0.19f), 12));
+    EXPECT_TRUE(near(at(planet, r, pi / 2 - 0.3), QColor::fromRgbF(0.19f, 0.2f, 0.79f), 12));
+    // Straight down, in the middle of the open half: the two edges half and half.
+    const QColor middle = at(planet, r, pi);
+    EXPECT_NEAR(middle.red(), middle.blue(), 30);
+    // Round the circle, neighbouring pixels never step by more than the picture's own
+    // gradient makes them, through both edges and the open half.
+    int largest = 0;
+    QColor previous = at(planet, r, 0.0);
+    for (double angle = 0.01; angle < 2 * pi; angle += 0.01) {
+        const QColor here = at(planet, r, angle);
+        largest = std::max(largest, test::channelDistance(previous, here));
+        previous = here;
+    }
+    EXPECT_LE(largest, 8);
+
+    const std::vector<float> floats = render::RenderContext().renderFloats(
+        test::renderer().projected(Look(), source, side).value(), QRect(0, 0, side, side));
+    EXPECT_TRUE(
+        std::all_of(floats.begin(), floats.end(), [](float f) { return std::isfinite(f); }));
 }

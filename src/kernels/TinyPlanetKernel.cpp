@@ -54,7 +54,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 using namespace velmora::sampling;
 namespace fm = velmora::fastmath;
@@ -261,7 +260,7 @@ constexpr float tentFrom = 6.f;
 /// How each pixel of a row is sampled, as plain arrays so the loop that fills them
 /// vectorises: log2 of the footprint's long and short axes in level-0 pixels, and
 /// whether it is so much longer one way than the other that it is sampled with taps
-/// along (du, dv), one footprint apart.
+/// along (du, dv), the footprint's extent.
 struct RowFootprints {
     alignas(32) float lod[block];
     alignas(32) float lodMinor[block];
@@ -291,7 +290,8 @@ VM_INLINE void footprints(const float* __restrict pu, const float* __restrict pv
         const float dv2 = std::fabs(pv[i + 1] - v);
         const float dv3 = std::fabs(nv[i + 1] - v);
         // At most half the picture: the taps then stay within a width of it.
-        const float eu = std::fmin(std::max(std::max(du0, du1), std::max(du2, du3)), 0.5f);
+        const float most = std::max(std::max(du0, du1), std::max(du2, du3));
+        const float eu = most < 0.5f ? most : 0.5f;
         const float ev = std::max(std::max(dv0, dv1), std::max(dv2, dv3));
         const float pixelsU = eu * width;
         const float pixelsV = ev * height;

@@ -45,7 +45,7 @@ QString bashValue(const QString& placeholder) {
                                                                       : QStringLiteral(" "));
 }
 
-/// A description inside a zsh spec's brackets, within single quotes.
+/// A description inside a zsh argument entry's brackets, within single quotes.
 QString zshDescription(QString text) {
     return text.replace(u'\'', QStringLiteral("'\\''"))
         .replace(u'[', QStringLiteral("\\["))
@@ -53,33 +53,33 @@ QString zshDescription(QString text) {
         .replace(u':', QStringLiteral("\\:"));
 }
 
-/// What zsh needs: one _arguments spec a setting, quoted, a line each.
+/// What zsh needs: one _arguments entry a setting, quoted, a line each.
 QString zshValue(const QString& placeholder) {
     if (placeholder != QLatin1String("SETTINGS"))
         return {};
-    QStringList specs;
+    QStringList entries;
     for (const SettingInfo& info : settingsTable()) {
         const QString what =
             zshDescription(*info.help ? QLatin1String(info.help) : QLatin1String(info.label));
-        QString spec;
+        QString entry;
         if (info.control == SettingControl::toggle) {
-            spec = QStringLiteral("%1=-[%2]::on:(yes no)").arg(option(info), what);
+            entry = QStringLiteral("%1=-[%2]::on:(yes no)").arg(option(info), what);
         } else if (info.control == SettingControl::choice) {
             QStringList names;
             for (const SettingChoice& choice : settingChoices(info))
                 names << choice.name;
-            spec = QStringLiteral("%1[%2]:%3:(%4)")
-                       .arg(option(info), what, QLatin1String(info.option), names.join(u' '));
+            entry = QStringLiteral("%1[%2]:%3:(%4)")
+                        .arg(option(info), what, QLatin1String(info.option), names.join(u' '));
         } else {
-            spec = QStringLiteral("%1[%2]:%3")
-                       .arg(option(info), what,
-                            qstrcmp(info.valueName, "X") == 0
-                                ? QStringLiteral("value")
-                                : QString::fromLatin1(info.valueName).toLower());
+            entry = QStringLiteral("%1[%2]:%3")
+                        .arg(option(info), what,
+                             qstrcmp(info.valueName, "X") == 0
+                                 ? QStringLiteral("value")
+                                 : QString::fromLatin1(info.valueName).toLower());
         }
-        specs << QStringLiteral("        '") + spec + QLatin1Char('\'');
+        entries << QStringLiteral("        '") + entry + QLatin1Char('\'');
     }
-    return specs.join(u'\n');
+    return entries.join(u'\n');
 }
 
 bool write(const char* path, const QString& text) {

@@ -104,12 +104,12 @@ check_offers() { # SHELL TOP-LEVEL RENDER ANIMATE: what the shell offers in each
 }
 check_offers bash "$(offered -)" "$(offered render -)" "$(offered animate -)"
 
-# zsh: the script parses, and hands _arguments the right specs for each command.
+# zsh: the script parses, and hands _arguments the right entries for each command.
 # Driving zsh's completion needs a terminal; stand-ins that print what they are given
 # show what it would offer.
 if command -v zsh >/dev/null; then
     zsh -n "$dir/_velmora" || { echo "_velmora does not parse"; status=1; }
-    cat >"$work/specs.zsh" <<'ZSH'
+    cat >"$work/entries.zsh" <<'ZSH'
 _arguments() { [[ $1 == -s ]] && shift; print -rl -- "$@" }
 _alternative() { print -rl -- "$@" }
 _files() { }
@@ -120,17 +120,17 @@ words=(velmora "${(@)argv[2,-1]}")
 CURRENT=${#words}
 _velmora
 ZSH
-    specs() { zsh -f "$work/specs.zsh" "$dir/_velmora" "$@"; }
-    # A spec is "(exclusions)*--name[description]:...": its option is the name.
-    spec_options() { sed -E 's/^\([^)]*\)//; s/^\*//' | grep -oE '^--?[a-z][a-z0-9-]*'; }
-    top=$(specs "" | sed -n 's/^options:option:(\(.*\))$/\1/p')
-    check_offers zsh "$top" "$(specs render "" | spec_options)" \
-        "$(specs animate "" | spec_options)"
-    specs render "" | grep -F -- "--preset[" >/dev/null ||
+    entries() { zsh -f "$work/entries.zsh" "$dir/_velmora" "$@"; }
+    # An entry is "(exclusions)*--name[description]:...": its option is the name.
+    entry_options() { sed -E 's/^\([^)]*\)//; s/^\*//' | grep -oE '^--?[a-z][a-z0-9-]*'; }
+    top=$(entries "" | sed -n 's/^options:option:(\(.*\))$/\1/p')
+    check_offers zsh "$top" "$(entries render "" | entry_options)" \
+        "$(entries animate "" | entry_options)"
+    entries render "" | grep -F -- "--preset[" >/dev/null ||
         { echo "zsh offers render no --preset"; status=1; }
-    specs render "" | grep -F -- "--coverage[" | grep -F "(auto full)" >/dev/null ||
+    entries render "" | grep -F -- "--coverage[" | grep -F "(auto full)" >/dev/null ||
         { echo "zsh offers no choices for --coverage"; status=1; }
-    specs "" | grep -F 'render\:' >/dev/null || { echo "zsh offers no commands"; status=1; }
+    entries "" | grep -F 'render\:' >/dev/null || { echo "zsh offers no commands"; status=1; }
 else
     echo "no zsh; its completion not checked"
 fi

@@ -204,8 +204,10 @@ void SourcePixels::ensurePyramid() const {
     std::call_once(m_pyramidOnce, [this] {
         buildPyramid();
         buildSeamTable();
-        // Only a picture that leaves part of the sphere open has edges to fill from.
-        if (coverOf(QSize(width(), height()), m_placement) != SphereCover{})
+        // Only a picture that leaves the sphere open above or below has edges to fill
+        // from; the sides are filled from the picture itself.
+        const SphereCover cover = coverOf(QSize(width(), height()), m_placement);
+        if (cover.top != 0.0 || cover.height != 1.0)
             buildEdgeTable();
         refreshSampler();
     });

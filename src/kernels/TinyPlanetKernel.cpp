@@ -85,9 +85,10 @@ struct Setup {
     bool partial = false;  // the picture leaves part of the sphere to be filled
     float coverLeft = 0.f; // the picture's columns round the circle
     float invCoverWidth = 1.f;
-    float circle = 1.f;   // the whole circle in picture widths
-    bool sides = false;   // the picture leaves part of the circle open
-    float sideBlur = 0.f; // lod of the blurred side edges the open part is made of
+    float circle = 1.f;    // the whole circle in picture widths
+    bool sides = false;    // the picture leaves part of the circle open
+    float sideBlur = 0.f;  // lod of the blurred side edges the open part is made of
+    float sideInset = 0.f; // u of the middle of an edge's first texel at that lod
     float pose[9] = {1.f, 0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 1.f};
 };
 
@@ -436,10 +437,8 @@ VM_INLINE Rgba edgeFill(const VmSampler& src, bool above, float u, float t) {
 /// leaves open is made of. Linear premultiplied.
 template <int Format, bool Opaque>
 VM_INLINE Rgba sideEdge(const VmSampler& src, const Setup& k, bool left, float v) {
-    // The middle of the edge's first texel at the blurred level, so the sample does
-    // not wrap round to the other edge.
-    const float inset = 0.5f * fm::exp2(k.sideBlur) / k.width;
-    return samplePanorama<Format, Opaque>(src, left ? inset : 1.f - inset, v, k.sideBlur);
+    return samplePanorama<Format, Opaque>(src, left ? k.sideInset : 1.f - k.sideInset, v,
+                                          k.sideBlur);
 }
 
 /// The open part of the circle at `g` of the way across it from the picture's right
@@ -657,6 +656,9 @@ __attribute__((visibility("default"))) void tinyPlanet(const VmSampler* source,
     // The side edges blurred over about a fiftieth of the picture's height.
     k.sideBlur =
         clampf(fastLog2(0.02f * k.height), 0.f, static_cast<float>(source->levelCount - 1));
+    // Sampled at the middle of the edge's first texel at that level, so the blur does
+    // not wrap round to the other edge.
+    k.sideInset = 0.5f * std::exp2(k.sideBlur) / k.width;
 
     switch (source->format) {
     case VM_FORMAT_RGBA8:

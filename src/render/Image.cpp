@@ -9,6 +9,7 @@
 #include <array>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <mutex>
 #include <utility>
 #include <vector>
@@ -258,8 +259,22 @@ public:
 
     void prepare() const override {
         std::call_once(m_once, [this] {
-            m_pixels = RenderContext().renderFloats(Image::fromNode(m_child), m_area);
+            if (m_area.isEmpty())
+                return;
+            // Uninitialised: every tile writes all of its part.
+            m_pixels = std::make_unique_for_overwrite<float[]>(
+                4 * static_cast<size_t>(m_area.width()) * static_cast<size_t>(m_area.height()));
+            RenderContext().renderFloatsInto(Image::fromNode(m_child), m_area, m_pixels.get());
         });
+    }
+
+    const float* heldPixels(const QRect& rect, std::ptrdiff_t& stride) const override {
+        prepare();
+        if (!m_pixels || !m_area.contains(rect))
+            return nullptr;
+        stride = 4 * std::ptrdiff_t{m_area.width()};
+        return m_pixels.get() + (rect.top() - m_area.top()) * stride +
+               4 * (rect.left() - m_area.left());
     }
 
     void render(const QRect& rect, const TileView& out, Scratch& scratch) const override {
@@ -268,23 +283,20 @@ public:
         const QRect inside = rect.intersected(m_area);
         if (inside != rect)
             out.clear();
-        if (inside.isEmpty() || m_pixels.empty())
+        if (inside.isEmpty() || !m_pixels)
             return;
-        for (int y = inside.top(); y <= inside.bottom(); ++y) {
-            const float* from =
-                m_pixels.data() +
-                4 * (static_cast<size_t>(y - m_area.top()) * static_cast<size_t>(m_area.width()) +
-                     static_cast<size_t>(inside.left() - m_area.left()));
-            std::memcpy(out.row(y - rect.top()) + 4 * (inside.left() - rect.left()), from,
-                        sizeof(float) * 4 * static_cast<size_t>(inside.width()));
-        }
+        std::ptrdiff_t stride = 0;
+        const float* from = heldPixels(inside, stride);
+        for (int y = 0; y < inside.height(); ++y)
+            std::memcpy(out.row(inside.top() - rect.top() + y) + 4 * (inside.left() - rect.left()),
+                        from + y * stride, sizeof(float) * 4 * static_cast<size_t>(inside.width()));
     }
 
 private:
     std::shared_ptr<const ImageNode> m_child;
     QRect m_area;
     mutable std::once_flag m_once;
-    mutable std::vector<float> m_pixels;
+    mutable std::unique_ptr<float[]> m_pixels;
 };
 
 /// Per-pixel colour operations on straight (unpremultiplied) values.
@@ -311,15 +323,22 @@ public:
     void prepare() const override { m_child->prepare(); }
 
     void render(const QRect& rect, const TileView& out, Scratch& scratch) const override {
-        m_child->render(rect, out, scratch);
+        // Over a kept render, read its pixels where they lie rather than copy them first.
+        std::ptrdiff_t stride = 0;
+        const float* held = m_child->heldPixels(rect, stride);
+        if (!held) {
+            m_child->render(rect, out, scratch);
+            held = out.pixels;
+            stride = out.stride;
+        }
         // The operation is chosen once per tile, not per pixel.
         switch (m_op) {
         case Op::gamma:
-            return applyAll<Op::gamma>(out);
+            return applyAll<Op::gamma>(held, stride, out);
         case Op::controls:
-            return applyAll<Op::controls>(out);
+            return applyAll<Op::controls>(held, stride, out);
         case Op::alpha:
-            return applyAll<Op::alpha>(out);
+            return applyAll<Op::alpha>(held, stride, out);
         }
     }
 
@@ -336,27 +355,31 @@ private:
         return m_table[i] + (m_table[i + 1] - m_table[i]) * (x - static_cast<float>(i));
     }
 
+    /// `in` may be the tile itself (`out`), or pixels held elsewhere.
     template <Op O>
-    void applyAll(const TileView& out) const {
+    void applyAll(const float* in, std::ptrdiff_t inStride, const TileView& out) const {
         for (int y = 0; y < out.height; ++y) {
+            const float* from = in + y * inStride;
             float* p = out.row(y);
-            for (int x = 0; x < out.width; ++x, p += 4)
-                apply<O>(p);
+            for (int x = 0; x < out.width; ++x, p += 4, from += 4)
+                apply<O>(from, p);
         }
     }
 
     template <Op O>
-    void apply(float* p) const {
+    void apply(const float* in, float* p) const {
         if constexpr (O == Op::alpha) {
             for (int i = 0; i < 4; ++i)
-                p[i] *= m_a;
+                p[i] = in[i] * m_a;
             return;
         }
-        const float a = p[3];
-        if (a <= 0.f)
+        const float a = in[3];
+        if (a <= 0.f) {
+            std::memmove(p, in, 4 * sizeof(float));
             return;
+        }
         const float inv = 1.f / a;
-        float r = p[0] * inv, g = p[1] * inv, b = p[2] * inv;
+        float r = in[0] * inv, g = in[1] * inv, b = in[2] * inv;
         if constexpr (O == Op::gamma) {
             r = gamma(r);
             g = gamma(g);
@@ -370,6 +393,7 @@ private:
         p[0] = r * a;
         p[1] = g * a;
         p[2] = b * a;
+        p[3] = a;
     }
 
     std::shared_ptr<const ImageNode> m_child;

@@ -64,6 +64,15 @@ public:
     /// One-time work before a render fans out over threads (building pyramids).
     virtual void prepare() const {}
 
+    /// The pixels of `rect` when this node already holds them all (a kept render), with
+    /// their row `stride` in floats, so a per-pixel stage can read them in place
+    /// instead of a copy. Null when it does not.
+    virtual const float* heldPixels(const QRect& rect, std::ptrdiff_t& stride) const {
+        (void)rect;
+        (void)stride;
+        return nullptr;
+    }
+
 private:
     QRectF m_extent;
 };

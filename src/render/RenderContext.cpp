@@ -151,14 +151,31 @@ std::vector<float> RenderContext::renderFloats(const Image& image, const QRect& 
     if (area.isEmpty())
         return out;
     out.resize(4 * static_cast<size_t>(area.width()) * static_cast<size_t>(area.height()));
-    forEachTile(image, area, [&](const QRect& tile, const TileView& view) {
-        for (int y = 0; y < view.height; ++y) {
-            const size_t row = static_cast<size_t>(tile.top() - area.top() + y);
-            std::memcpy(out.data() + 4 * (row * area.width() + (tile.left() - area.left())),
-                        view.row(y), sizeof(float) * 4 * static_cast<size_t>(view.width));
-        }
-    });
+    renderFloatsInto(image, area, out.data());
     return out;
+}
+
+void RenderContext::renderFloatsInto(const Image& image, const QRect& area, float* pixels) const {
+    if (area.isEmpty())
+        return;
+    image.node()->prepare();
+    const int cols = (area.width() + tileSize - 1) / tileSize;
+    const int rows = (area.height() + tileSize - 1) / tileSize;
+    const TileView whole{pixels, area.width(), area.height(), 4 * std::ptrdiff_t{area.width()}};
+    tbb::enumerable_thread_specific<Scratch> scratch;
+    // Each tile is its own part of the buffer: no tile of scratch, no copy.
+    tbb::parallel_for(tbb::blocked_range<int>(0, cols * rows),
+                      [&](const tbb::blocked_range<int>& r) {
+                          Scratch& local = scratch.local();
+                          for (int t = r.begin(); t != r.end(); ++t) {
+                              const int x = (t % cols) * tileSize;
+                              const int y = (t / cols) * tileSize;
+                              const int w = std::min(tileSize, area.width() - x);
+                              const int h = std::min(tileSize, area.height() - y);
+                              image.node()->render(QRect(area.left() + x, area.top() + y, w, h),
+                                                   whole.sub(x, y, w, h), local);
+                          }
+                      });
 }
 
 } // namespace velmora::render

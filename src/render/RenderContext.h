@@ -58,6 +58,9 @@ public:
     /// The raw tile values (premultiplied, sRGB-encoded, unclamped floats), four per
     /// pixel, row after row: for tests and tools that need exact numbers.
     std::vector<float> renderFloats(const Image& image, const QRect& area) const;
+    /// The same into `pixels`, which holds 4 * area's pixels and need not be
+    /// initialised: tiles render straight into it.
+    void renderFloatsInto(const Image& image, const QRect& area, float* pixels) const;
 };
 
 } // namespace velmora::render

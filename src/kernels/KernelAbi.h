@@ -7,7 +7,8 @@
 // Conventions
 // - Pixel coordinates: origin at the top-left, x right, y down; pixel (i, j) covers
 //   [i, i + 1) x [j, j + 1) and is sampled at its centre.
-// - Source pixels: sRGB-encoded, straight (unpremultiplied) alpha, as decoded.
+// - Source pixels: sRGB-encoded, straight (unpremultiplied) alpha, as decoded; the
+//   pyramid's levels above them linear and premultiplied (VM_FORMAT_LINEAR16).
 // - Destination pixels: RGBA float, premultiplied, sRGB-encoded values (the engine's
 //   tile format). Kernels interpolate in linear light and encode the result.
 
@@ -17,7 +18,7 @@
 extern "C" {
 #endif
 
-#define VM_KERNEL_ABI_VERSION 4
+#define VM_KERNEL_ABI_VERSION 5
 #define VM_MAX_LEVELS 24
 
 /// Byte layouts of source pixels.
@@ -25,9 +26,15 @@ enum VmPixelFormat {
     VM_FORMAT_RGBA8 = 0,  ///< bytes R, G, B, A
     VM_FORMAT_BGRA8 = 1,  ///< bytes B, G, R, A (Qt's 32-bit formats on little-endian)
     VM_FORMAT_RGBA16 = 2, ///< 16-bit words R, G, B, A in native byte order
+    /// Every pyramid level above 0, whatever level 0 is: 16-bit words R, G, B, A in
+    /// linear light, premultiplied, 65535 = 1, native byte order; each row is followed
+    /// by a copy of its first texel, so texel x + 1 is always beside texel x, at the
+    /// wrap too, and one load reads a bilinear pair.
+    VM_FORMAT_LINEAR16 = 3,
 };
 
-/// One level of a mip pyramid; level 0 is the picture as decoded.
+/// One level of a mip pyramid; level 0 is the picture as decoded (in the sampler's
+/// format), the others VM_FORMAT_LINEAR16. `width` does not count a row's padding.
 typedef struct VmLevel {
     const void* pixels;
     int32_t width;
@@ -37,7 +44,7 @@ typedef struct VmLevel {
 
 /// A source picture and its pyramid, read-only while a kernel runs.
 typedef struct VmSampler {
-    int32_t format;     ///< VmPixelFormat
+    int32_t format;     ///< VmPixelFormat of level 0
     int32_t opaque;     ///< 1 when every pixel has alpha 1 (lets samplers skip alpha)
     int32_t levelCount; ///< at least 1
     VmLevel levels[VM_MAX_LEVELS];

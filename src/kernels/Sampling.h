@@ -79,10 +79,36 @@ VM_INLINE Rgba texel(const VmSampler& s, const VmLevel& level, int x, int y) {
     return texelInRow<Format, Opaque>(s, rowOf(level, y), x);
 }
 
+/// Levels above 0 are VM_FORMAT_LINEAR16: the words as floats, in units of 1 / 65535
+/// (callers scale once, after interpolating).
+VM_INLINE __m128 linearWords(__m128i words) {
+    return _mm_cvtepi32_ps(_mm_unpacklo_epi16(words, _mm_setzero_si128()));
+}
+
+/// Texel x of a VM_FORMAT_LINEAR16 row, unscaled.
+VM_INLINE __m128 linearTexelInRow(const unsigned char* row, int x) {
+    return linearWords(
+        _mm_loadl_epi64(reinterpret_cast<const __m128i*>(row + 8 * static_cast<int64_t>(x))));
+}
+
+/// Texels x and x + 1 of a VM_FORMAT_LINEAR16 row blended by t, unscaled: one load,
+/// since the row's padding texel makes them neighbours in memory even at the wrap.
+VM_INLINE __m128 linearPairInRow(const unsigned char* row, int x, __m128 t) {
+    const __m128i both =
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + 8 * static_cast<int64_t>(x)));
+    const __m128 a = linearWords(both);
+    const __m128 b = _mm_cvtepi32_ps(_mm_unpackhi_epi16(both, _mm_setzero_si128()));
+    return _mm_add_ps(a, _mm_mul_ps(_mm_sub_ps(b, a), t));
+}
+
+constexpr float linearUnit = 1.f / 65535.f;
+
 /// Bilinear sample at (x, y) in the level's pixel units (pixel centres at +0.5), for
-/// artwork: transparent outside its bounds.
+/// artwork: transparent outside its bounds. `linear`: the level is VM_FORMAT_LINEAR16
+/// (any level but 0).
 template <int Format, bool Opaque>
-VM_INLINE Rgba bilinear(const VmSampler& s, const VmLevel& level, float x, float y) {
+VM_INLINE Rgba bilinear(const VmSampler& s, const VmLevel& level, float x, float y,
+                        bool linear = false) {
     const int w = level.width;
     const int h = level.height;
     // Bound the coordinates first: any float may arrive here, NaN included.
@@ -94,6 +120,24 @@ VM_INLINE Rgba bilinear(const VmSampler& s, const VmLevel& level, float x, float
     const float ty = y - static_cast<float>(y0);
     const int x1 = x0 + 1;
     const int y1 = y0 + 1;
+    if (linear) {
+        // A pyramid level: inside, one load per row; at the border, texel by texel.
+        const __m128 t = _mm_set1_ps(tx);
+        if (x0 >= 0 && y0 >= 0 && x1 < w && y1 < h) {
+            const __m128 top = linearPairInRow(rowOf(level, y0), x0, t);
+            const __m128 bottom = linearPairInRow(rowOf(level, y1), x0, t);
+            return Rgba{_mm_add_ps(top, _mm_mul_ps(_mm_sub_ps(bottom, top), _mm_set1_ps(ty)))} *
+                   linearUnit;
+        }
+        const auto fetch = [&](int xi, int yi) {
+            return (xi < 0 || yi < 0 || xi >= w || yi >= h)
+                       ? Rgba{}
+                       : Rgba{linearTexelInRow(rowOf(level, yi), xi)};
+        };
+        const Rgba top = lerp(fetch(x0, y0), fetch(x1, y0), tx);
+        const Rgba bottom = lerp(fetch(x0, y1), fetch(x1, y1), tx);
+        return lerp(top, bottom, ty) * linearUnit;
+    }
     if (x0 >= 0 && y0 >= 0 && x1 < w && y1 < h) {
         // All four inside, as for nearly every pixel of placed artwork.
         const unsigned char* r0 = rowOf(level, y0);
@@ -113,10 +157,11 @@ VM_INLINE Rgba bilinear(const VmSampler& s, const VmLevel& level, float x, float
     return lerp(top, bottom, ty);
 }
 
-/// Bilinear sample of a panorama level at (u, v), u already in [0, 1): the kernel's
-/// hot path, with just the wrap and clamp that range needs. v may be anything.
+/// Bilinear sample of panorama level `index` at (u, v), u already in [0, 1): the
+/// kernel's hot path, with just the wrap and clamp that range needs. v may be anything.
 template <int Format, bool Opaque>
-VM_INLINE Rgba bilinearPanorama(const VmSampler& s, const VmLevel& level, float u, float v) {
+VM_INLINE Rgba bilinearPanorama(const VmSampler& s, int index, float u, float v) {
+    const VmLevel& level = s.levels[index];
     const int w = level.width;
     const int h = level.height;
     // x in [-0.5, w - 0.5), so x + 1 is positive and truncation floors it.
@@ -126,11 +171,20 @@ VM_INLINE Rgba bilinearPanorama(const VmSampler& s, const VmLevel& level, float 
     const int y0 = static_cast<int>(y + 1.f) - 1;
     const float tx = x - static_cast<float>(x0);
     const float ty = y - static_cast<float>(y0);
+    const unsigned char* r0 = rowOf(level, y0 < 0 ? 0 : y0);
+    const unsigned char* r1 = rowOf(level, y0 + 1 < h ? y0 + 1 : h - 1);
+    if (index > 0) {
+        // Left of the first texel is the last; its right neighbour is the padding.
+        x0 = x0 < 0 ? w - 1 : x0;
+        const __m128 t = _mm_set1_ps(tx);
+        const __m128 top = linearPairInRow(r0, x0, t);
+        const __m128 bottom = linearPairInRow(r1, x0, t);
+        return Rgba{_mm_add_ps(top, _mm_mul_ps(_mm_sub_ps(bottom, top), _mm_set1_ps(ty)))} *
+               linearUnit;
+    }
     int x1 = x0 + 1;
     x0 = x0 < 0 ? w - 1 : x0;
     x1 = x1 >= w ? 0 : x1;
-    const unsigned char* r0 = rowOf(level, y0 < 0 ? 0 : y0);
-    const unsigned char* r1 = rowOf(level, y0 + 1 < h ? y0 + 1 : h - 1);
     const Rgba top =
         lerp(texelInRow<Format, Opaque>(s, r0, x0), texelInRow<Format, Opaque>(s, r0, x1), tx);
     const Rgba bottom =
@@ -179,11 +233,10 @@ VM_INLINE LevelBlend levelBlend(const VmSampler& s, float lod, float band) {
 template <int Format, bool Opaque>
 VM_INLINE Rgba samplePanorama(const VmSampler& s, float u, float v, float lod) {
     const LevelBlend pick = levelBlend(s, lod, 0.3f);
-    const Rgba first = bilinearPanorama<Format, Opaque>(s, s.levels[pick.level], u, v);
+    const Rgba first = bilinearPanorama<Format, Opaque>(s, pick.level, u, v);
     if (pick.next == 0.f)
         return first;
-    return lerp(first, bilinearPanorama<Format, Opaque>(s, s.levels[pick.level + 1], u, v),
-                pick.next);
+    return lerp(first, bilinearPanorama<Format, Opaque>(s, pick.level + 1, u, v), pick.next);
 }
 
 /// Filtered sample at normalised coordinates (u, v) of level 0 (0..1 over its width
@@ -195,7 +248,7 @@ VM_INLINE Rgba sampleLod(const VmSampler& s, float u, float v, float lod) {
     const auto at = [&](int level) {
         const VmLevel& l = s.levels[level];
         return bilinear<Format, Opaque>(s, l, u * static_cast<float>(l.width),
-                                        v * static_cast<float>(l.height));
+                                        v * static_cast<float>(l.height), level > 0);
     };
     const Rgba first = at(pick.level);
     if (pick.next == 0.f)

@@ -375,6 +375,19 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
         const float fw = static_cast<float>(w);
         const float spacing = step * du * fw;
         const float first = (u - 0.5f * du) * fw + 0.5f * spacing - 0.5f;
+        if (level > 0) {
+            // A linear level: each row's pair is one load, and the unit is applied once.
+            for (int t = 0; t < taps; ++t) {
+                const float x = first + static_cast<float>(t) * spacing;
+                int x0 = floorToInt(x);
+                const __m128 tx = _mm_set1_ps(x - static_cast<float>(x0));
+                x0 = x0 < 0 ? x0 + w : (x0 >= w ? x0 - w : x0);
+                const float wt = weight(t);
+                top = top + Rgba{linearPairInRow(r0, x0, tx)} * wt;
+                bottom = bottom + Rgba{linearPairInRow(r1, x0, tx)} * wt;
+            }
+            return lerp(top, bottom, ty) * linearUnit;
+        }
         for (int t = 0; t < taps; ++t) {
             const float x = first + static_cast<float>(t) * spacing;
             int x0 = floorToInt(x);
@@ -395,7 +408,7 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
         const float along = (static_cast<float>(t) + 0.5f) * step - 0.5f;
         float tu = u + along * du;
         tu -= static_cast<float>(floorToInt(tu));
-        sum = sum + bilinearPanorama<Format, Opaque>(src, at, tu, v + along * dv) * weight(t);
+        sum = sum + bilinearPanorama<Format, Opaque>(src, level, tu, v + along * dv) * weight(t);
     }
     return sum;
 }

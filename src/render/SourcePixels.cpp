@@ -64,77 +64,69 @@ std::vector<Taps> boxTaps(int from, int to) {
     return taps;
 }
 
-/// Writes a linear premultiplied colour as the level's straight sRGB pixel `x`.
-template <int Format>
-void storeStraight(const VmSampler& s, sampling::Rgba colour, uchar* line, int x) {
+/// Writes a linear premultiplied colour as texel x of a VM_FORMAT_LINEAR16 row.
+void storeLinear(sampling::Rgba colour, uchar* line, int x) {
     alignas(16) float c[4];
     _mm_store_ps(c, colour.v);
-    const float alpha = c[3];
-    const float inv = alpha > 0.f ? 1.f / alpha : 0.f;
-    const float rgb[3] = {sampling::encode(s, c[0] * inv), sampling::encode(s, c[1] * inv),
-                          sampling::encode(s, c[2] * inv)};
-    if constexpr (Format == VM_FORMAT_RGBA16) {
-        const uint16_t p[4] = {static_cast<uint16_t>(rgb[0] * 65535.f + 0.5f),
-                               static_cast<uint16_t>(rgb[1] * 65535.f + 0.5f),
-                               static_cast<uint16_t>(rgb[2] * 65535.f + 0.5f),
-                               static_cast<uint16_t>(alpha * 65535.f + 0.5f)};
-        std::memcpy(line + 8 * x, p, sizeof p);
-    } else {
-        uchar* p = line + 4 * x;
-        const int r = Format == VM_FORMAT_BGRA8 ? 2 : 0;
-        p[r] = static_cast<uchar>(rgb[0] * 255.f + 0.5f);
-        p[1] = static_cast<uchar>(rgb[1] * 255.f + 0.5f);
-        p[2 - r] = static_cast<uchar>(rgb[2] * 255.f + 0.5f);
-        p[3] = static_cast<uchar>(alpha * 255.f + 0.5f);
-    }
+    uint16_t p[4];
+    for (int i = 0; i < 4; ++i)
+        p[i] = static_cast<uint16_t>(sampling::clampf(c[i], 0.f, 1.f) * 65535.f + 0.5f);
+    std::memcpy(line + 8 * static_cast<size_t>(x), p, sizeof p);
 }
 
+/// Level 0's texels, in its own format, as linear premultiplied colour.
 template <int Format>
-void downsample(const VmSampler& s, const QImage& from, QImage& to) {
-    const VmLevel src{from.constBits(), from.width(), from.height(), from.bytesPerLine()};
-    const int w = to.width();
+struct SourceTexels {
+    const VmSampler& s;
+    sampling::Rgba operator()(const unsigned char* row, int x) const {
+        return sampling::texelInRow<Format, false>(s, row, x);
+    }
+};
+
+/// A VM_FORMAT_LINEAR16 level's texels.
+struct LinearTexels {
+    sampling::Rgba operator()(const unsigned char* row, int x) const {
+        return sampling::Rgba{sampling::linearTexelInRow(row, x)} * sampling::linearUnit;
+    }
+};
+
+/// Averages `src` into `to`, a VM_FORMAT_LINEAR16 level of `w` x `to.height()` texels
+/// (plus the padding texel that repeats each row's first), in linear light.
+template <typename Read>
+void downsample(const VmLevel& src, Read read, QImage& to, int w) {
     // Exact halvings (every level of an even-sized picture) average plain 2 x 2
     // blocks; the weighted taps are only needed for odd sizes.
-    if (from.width() == 2 * to.width() && from.height() == 2 * to.height()) {
-        tbb::parallel_for(tbb::blocked_range<int>(0, to.height()),
-                          [&](const tbb::blocked_range<int>& rows) {
-                              for (int y = rows.begin(); y != rows.end(); ++y) {
-                                  const unsigned char* r0 = sampling::rowOf(src, 2 * y);
-                                  const unsigned char* r1 = sampling::rowOf(src, 2 * y + 1);
-                                  uchar* line = to.scanLine(y);
-                                  for (int x = 0; x < w; ++x) {
-                                      const sampling::Rgba sum =
-                                          sampling::texelInRow<Format, false>(s, r0, 2 * x) +
-                                          sampling::texelInRow<Format, false>(s, r0, 2 * x + 1) +
-                                          sampling::texelInRow<Format, false>(s, r1, 2 * x) +
-                                          sampling::texelInRow<Format, false>(s, r1, 2 * x + 1);
-                                      storeStraight<Format>(s, sum * 0.25f, line, x);
-                                  }
-                              }
-                          });
-        return;
-    }
-    const std::vector<Taps> across = boxTaps(from.width(), to.width());
-    const std::vector<Taps> down = boxTaps(from.height(), to.height());
+    const bool halving = src.width == 2 * w && src.height == 2 * to.height();
+    const std::vector<Taps> across = halving ? std::vector<Taps>() : boxTaps(src.width, w);
+    const std::vector<Taps> down = halving ? std::vector<Taps>() : boxTaps(src.height, to.height());
     tbb::parallel_for(
         tbb::blocked_range<int>(0, to.height()), [&](const tbb::blocked_range<int>& rows) {
             for (int y = rows.begin(); y != rows.end(); ++y) {
-                const Taps& ty = down[static_cast<size_t>(y)];
                 uchar* line = to.scanLine(y);
-                for (int x = 0; x < w; ++x) {
-                    const Taps& tx = across[static_cast<size_t>(x)];
-                    sampling::Rgba sum;
-                    for (int j = 0; j < ty.count; ++j) {
-                        const unsigned char* row = sampling::rowOf(src, ty.first + j);
-                        sampling::Rgba inRow;
-                        for (int i = 0; i < tx.count; ++i)
-                            inRow =
-                                inRow + sampling::texelInRow<Format, false>(s, row, tx.first + i) *
-                                            tx.weight[i];
-                        sum = sum + inRow * ty.weight[j];
+                if (halving) {
+                    const unsigned char* r0 = sampling::rowOf(src, 2 * y);
+                    const unsigned char* r1 = sampling::rowOf(src, 2 * y + 1);
+                    for (int x = 0; x < w; ++x) {
+                        const sampling::Rgba sum = read(r0, 2 * x) + read(r0, 2 * x + 1) +
+                                                   read(r1, 2 * x) + read(r1, 2 * x + 1);
+                        storeLinear(sum * 0.25f, line, x);
                     }
-                    storeStraight<Format>(s, sum, line, x);
+                } else {
+                    const Taps& ty = down[static_cast<size_t>(y)];
+                    for (int x = 0; x < w; ++x) {
+                        const Taps& tx = across[static_cast<size_t>(x)];
+                        sampling::Rgba sum;
+                        for (int j = 0; j < ty.count; ++j) {
+                            const unsigned char* row = sampling::rowOf(src, ty.first + j);
+                            sampling::Rgba inRow;
+                            for (int i = 0; i < tx.count; ++i)
+                                inRow = inRow + read(row, tx.first + i) * tx.weight[i];
+                            sum = sum + inRow * ty.weight[j];
+                        }
+                        storeLinear(sum, line, x);
+                    }
                 }
+                std::memcpy(line + 8 * static_cast<size_t>(w), line, 8);
             }
         });
 }
@@ -187,7 +179,8 @@ void SourcePixels::refreshSampler() const {
     m_sampler.levelCount = static_cast<int32_t>(m_levels.size());
     for (size_t i = 0; i < m_levels.size(); ++i) {
         const QImage& level = m_levels[i];
-        m_sampler.levels[i] = {level.constBits(), level.width(), level.height(),
+        // Above level 0 the last texel of a row is padding.
+        m_sampler.levels[i] = {level.constBits(), level.width() - (i > 0 ? 1 : 0), level.height(),
                                level.bytesPerLine()};
     }
     m_sampler.seamDelta = m_seamDelta.empty() ? nullptr : m_seamDelta.data();
@@ -214,16 +207,27 @@ void SourcePixels::ensurePyramid() const {
 }
 
 void SourcePixels::buildPyramid() const {
+    // Levels above 0 hold linear light at 16 bits whatever the picture's format: a
+    // sample then reads a texel pair in one load and decodes nothing, and averaging
+    // loses nothing to 8-bit steps.
     while (m_levels.size() < VM_MAX_LEVELS) {
+        const size_t index = m_levels.size() - 1;
         const QImage& last = m_levels.back();
-        if (last.width() == 1 && last.height() == 1)
+        const VmLevel from{last.constBits(), last.width() - (index > 0 ? 1 : 0), last.height(),
+                           last.bytesPerLine()};
+        if (from.width == 1 && from.height == 1)
             break;
-        QImage next(std::max(1, last.width() / 2), std::max(1, last.height() / 2), last.format());
+        const int w = std::max(1, from.width / 2);
+        QImage next(w + 1, std::max(1, from.height / 2), QImage::Format_RGBA64_Premultiplied);
         if (next.isNull())
             break; // out of memory: sampling falls back to the levels we have
-        withPixelFormat(m_format, [&](auto format) {
-            downsample<decltype(format)::value>(m_sampler, last, next);
-        });
+        if (index > 0) {
+            downsample(from, LinearTexels{}, next, w);
+        } else {
+            withPixelFormat(m_format, [&](auto format) {
+                downsample(from, SourceTexels<decltype(format)::value>{m_sampler}, next, w);
+            });
+        }
         m_levels.push_back(std::move(next));
     }
 }

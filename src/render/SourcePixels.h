@@ -33,8 +33,9 @@ decltype(auto) withPixelFormat(int format, F&& f) {
 bool isDeepFormat(QImage::Format format);
 
 /// Decoded pixels of a source picture, as read: sRGB-encoded, straight alpha, 8 or 16
-/// bits per channel. A mip pyramid (each level half the size, averaged in linear
-/// light) is built on first need; it adds a third of the picture's memory.
+/// bits per channel. A mip pyramid (each level half the size, averaged and kept in
+/// linear light at 16 bits, VM_FORMAT_LINEAR16) is built on first need; it adds two
+/// thirds of an 8-bit picture's memory, a third of a 16-bit one's.
 /// Immutable apart from that one-time build, so it can be shared across threads.
 class SourcePixels {
 public:

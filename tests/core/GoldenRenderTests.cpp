@@ -105,6 +105,8 @@ TEST(GoldenRenderTest, LooksRenderAsRecorded) {
             for (int x = 0; x < side * 4; ++x)
                 worst = std::max(worst, std::abs(int(a[x]) - int(e[x])));
         }
-        EXPECT_EQ(worst, 0);
+        // Two levels of slack: rounding may move with the engine's arithmetic (the
+        // dither turns a hair's difference into a whole step); a fault moves far more.
+        EXPECT_LE(worst, 2);
     }
 }

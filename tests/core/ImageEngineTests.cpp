@@ -328,9 +328,16 @@ TEST(ImageEngine, AMaterialisedImageRendersAsItsRecipe) {
     const Image kept = recipe.materialized();
     EXPECT_EQ(kept.extent(), recipe.extent());
     RenderContext context;
+    // Colour stages read a kept render in place: each of them, inside and across its edge.
+    const auto graded = [](const Image& image) {
+        return std::array{image.gammaAdjusted(0.8), image.colorControls(1.3, 0.0, 0.9),
+                          image.alphaScaled(0.5)};
+    };
     for (const QRect area : {QRect(0, 0, 200, 120), QRect(-7, 50, 100, 100), QRect(150, 3, 64, 1)})
-        EXPECT_EQ(context.renderFloats(kept.gammaAdjusted(0.8), area),
-                  context.renderFloats(recipe.gammaAdjusted(0.8), area));
+        for (size_t i = 0; i < 3; ++i)
+            EXPECT_EQ(context.renderFloats(graded(kept)[i], area),
+                      context.renderFloats(graded(recipe)[i], area))
+                << i;
     // Nothing to keep for an image without bounds.
     const Image endless = Image::radialGradient({0, 0}, 1, 2, {1, 1, 1, 1}, {0, 0, 0, 1});
     EXPECT_EQ(endless.materialized().node(), endless.node());

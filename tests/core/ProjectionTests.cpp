@@ -1,4 +1,5 @@
 #include "filter/TinyPlanetFilter.h"
+#include "kernels/Sampling.h"
 #include "model/PlanetModel.h"
 #include "render/RenderContext.h"
 #include "render/SourcePixels.h"
@@ -462,4 +463,53 @@ TEST(SeamTable, IsTheSeamStepBlurredAlongTheSeam) {
     EXPECT_NEAR(red(height / 2), 0.5f - 0.5f / (2 * radius + 1), 1e-4f);
     for (int y = height / 2 - radius; y < height / 2 + radius; ++y)
         ASSERT_GE(red(y), red(y + 1)) << y;
+}
+
+// Levels above the picture hold linear light: black and white columns average to
+// half, odd sizes cover the whole picture, partial alpha weighs colour, and each
+// row's padding repeats its first texel, so a sample left of the first texel
+// blends the last and the first (the panorama's wrap).
+TEST(Pyramid, LevelsAreLinearAveragesThatWrap) {
+    QImage picture(10, 6, QImage::Format_ARGB32);
+    for (int y = 0; y < 6; ++y)
+        for (int x = 0; x < 10; ++x)
+            picture.setPixel(x, y, x < 8 ? (x % 2 ? 0xffffffffu : 0xff000000u) : 0x80ff0000u);
+    const auto pixels = render::SourcePixels::create(picture);
+    pixels->ensurePyramid();
+    const VmSampler& s = pixels->sampler();
+    ASSERT_GE(s.levelCount, 3);
+    const VmLevel& one = s.levels[1];
+    ASSERT_EQ(one.width, 5);
+    ASSERT_EQ(one.height, 3);
+    const auto word = [&](const VmLevel& level, int x, int y, int c) {
+        return reinterpret_cast<const quint16*>(static_cast<const uchar*>(level.pixels) +
+                                                y * level.stride)[4 * x + c];
+    };
+    for (int y = 0; y < 3; ++y) {
+        for (int x = 0; x < 4; ++x) {
+            for (int c = 0; c < 3; ++c)
+                EXPECT_NEAR(word(one, x, y, c), 32768, 1) << x << "," << y;
+            EXPECT_EQ(word(one, x, y, 3), 65535);
+        }
+        // Half-transparent red, premultiplied.
+        EXPECT_NEAR(word(one, 4, y, 0), 32896, 1);
+        EXPECT_EQ(word(one, 4, y, 1), 0);
+        EXPECT_NEAR(word(one, 4, y, 3), 32896, 1);
+        for (int c = 0; c < 4; ++c)
+            EXPECT_EQ(word(one, 5, y, c), word(one, 0, y, c)) << "padding, row " << y;
+    }
+    // 5 x 3 halves to 2 x 1, each texel the share of the level below it covers.
+    const VmLevel& two = s.levels[2];
+    EXPECT_EQ(two.width, 2);
+    EXPECT_EQ(two.height, 1);
+    EXPECT_NEAR(word(two, 0, 0, 1), 32768, 2);
+    EXPECT_NEAR(word(two, 1, 0, 1), 32768 * 1.5 / 2.5, 2); // half of one grey, one grey, red
+
+    const sampling::Rgba wrapped =
+        sampling::bilinearPanorama<VM_FORMAT_BGRA8, false>(s, 1, 0.f, 0.5f);
+    alignas(16) float c[4];
+    _mm_store_ps(c, wrapped.v);
+    EXPECT_NEAR(c[0], 0.5f * (0.5f + 32896.f / 65535.f), 1e-4f);
+    EXPECT_NEAR(c[1], 0.25f, 1e-4f);
+    EXPECT_NEAR(c[3], 0.5f * (1.f + 32896.f / 65535.f), 1e-4f);
 }

@@ -85,6 +85,14 @@
         <source>%1: cannot be read</source>
         <translation>%1: kann nicht gelesen werden</translation>
     </message>
+    <message>
+        <source>%1: not enough memory for a %2 × %3 picture</source>
+        <translation>%1: Nicht genug Speicher für ein Bild von %2 × %3 Pixeln</translation>
+    </message>
+    <message>
+        <source>%1: the picture&apos;s data ends early (the file is cut short)</source>
+        <translation>%1: Die Bilddaten enden vorzeitig (die Datei ist abgeschnitten)</translation>
+    </message>
 </context>
 <context>
     <name>LayerBlendMode</name>

@@ -93,6 +93,10 @@
         <source>%1: the picture&apos;s data ends early (the file is cut short)</source>
         <translation>%1: Die Bilddaten enden vorzeitig (die Datei ist abgeschnitten)</translation>
     </message>
+    <message>
+        <source>%1: %2 × %3 pixels is more than the %4-megapixel limit, and an interlaced PNG cannot be read in strips to open it reduced; save it without interlacing</source>
+        <translation>%1: %2 × %3 Pixel sind mehr als die Grenze von %4 Megapixeln, und ein PNG mit Zeilensprung (interlaced) lässt sich nicht streifenweise lesen, um es verkleinert zu öffnen; speichern Sie es ohne Zeilensprung</translation>
+    </message>
 </context>
 <context>
     <name>LayerBlendMode</name>

@@ -4,13 +4,16 @@
 #include "model/ImageDecoding.h"
 #include "model/PngDecoding.h"
 #include "model/StripReduction.h"
+#include "model/TiffDecoding.h"
 #include "support/TestSupport.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QImageWriter>
 
 #include <gtest/gtest.h>
 #include <png.h>
+#include <tiffio.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -76,6 +79,75 @@ QByteArray pngWithLibpng(const QImage& image, int colourType, bool interlaced) {
     png_write_end(png, nullptr);
     png_destroy_write_struct(&png, &info);
     return bytes;
+}
+
+struct TiffLayout {
+    int tile = 0; // 0: strips of 7 rows
+    bool separatePlanes = false;
+    bool associatedAlpha = false;
+    uint16_t orientation = ORIENTATION_TOPLEFT;
+};
+
+// `image` as Format_RGB888, RGBA8888, RGBA64 or Grayscale16, whose rows are TIFF's
+// samples as they lie.
+QString tiffWithLibtiff(const QString& path, const QImage& image, const TiffLayout& layout) {
+    const int bits = image.depth() == 64 || image.depth() == 16 ? 16 : 8;
+    const int channels = image.depth() / bits;
+    TIFF* tiff = TIFFOpen(path.toLocal8Bit().constData(), "w");
+    TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, uint32_t(image.width()));
+    TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, uint32_t(image.height()));
+    TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, uint16_t(bits));
+    TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, uint16_t(channels));
+    TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC,
+                 channels >= 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(tiff, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, layout.orientation);
+    TIFFSetField(tiff, TIFFTAG_PLANARCONFIG,
+                 layout.separatePlanes ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
+    if (channels == 4) {
+        const uint16_t kind =
+            layout.associatedAlpha ? EXTRASAMPLE_ASSOCALPHA : EXTRASAMPLE_UNASSALPHA;
+        TIFFSetField(tiff, TIFFTAG_EXTRASAMPLES, 1, &kind);
+    }
+    const int pixelBytes = channels * bits / 8;
+    if (layout.tile > 0) {
+        TIFFSetField(tiff, TIFFTAG_TILEWIDTH, uint32_t(layout.tile));
+        TIFFSetField(tiff, TIFFTAG_TILELENGTH, uint32_t(layout.tile));
+        std::vector<uchar> tile(size_t(layout.tile * layout.tile * pixelBytes));
+        for (int y = 0; y < image.height(); y += layout.tile) {
+            for (int x = 0; x < image.width(); x += layout.tile) {
+                std::fill(tile.begin(), tile.end(), 0);
+                for (int r = 0; r < layout.tile && y + r < image.height(); ++r)
+                    std::memcpy(tile.data() + r * layout.tile * pixelBytes,
+                                image.constScanLine(y + r) + x * pixelBytes,
+                                size_t(std::min(layout.tile, image.width() - x) * pixelBytes));
+                TIFFWriteTile(tiff, tile.data(), uint32_t(x), uint32_t(y), 0, 0);
+            }
+        }
+    } else {
+        TIFFSetField(tiff, TIFFTAG_ROWSPERSTRIP, 7u);
+        std::vector<uchar> plane(size_t(image.width()));
+        // Separate planes are written a whole plane after another, 8-bit only.
+        for (int c = 0; c < (layout.separatePlanes ? channels : 1); ++c) {
+            for (int y = 0; y < image.height(); ++y) {
+                const uchar* row = image.constScanLine(y);
+                for (int x = 0; layout.separatePlanes && x < image.width(); ++x)
+                    plane[size_t(x)] = row[x * channels + c];
+                TIFFWriteScanline(tiff,
+                                  layout.separatePlanes ? plane.data() : const_cast<uchar*>(row),
+                                  uint32_t(y), uint16_t(c));
+            }
+        }
+    }
+    TIFFClose(tiff);
+    return path;
+}
+
+Result<StripPicture> tiffStrips(const QString& path, qint64 maxPixels) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return Failure{path + QStringLiteral(": cannot be opened")};
+    return decodeTiffStrips(file, file.size(), maxPixels, path);
 }
 
 // Left half one colour, right half another: every block of an even factor is flat,
@@ -230,4 +302,74 @@ TEST(PngStrips, InterlacedCutAndHollowFilesFailInWordsNamingTheFile) {
 
     const Result<StripPicture> hollow = pngStrips(test::pngClaiming(30000, 20000), 500);
     EXPECT_TRUE(hollow.message().contains(QStringLiteral("far too few"))) << hollow.message();
+}
+
+// Strips of 7 rows, tiles whose last row and column hang over the picture, 16-bit
+// RGBA and grey, associated alpha: each reduces like the PNG of the same pixels.
+TEST(TiffStrips, StripsAndTilesReduceAlike) {
+    const test::TempTree files;
+    const QImage panorama = test::testPanorama(100, 50).convertToFormat(QImage::Format_RGB888);
+    const QImage expected = pngStrips(written(panorama, "png"), 1300)->image;
+    for (const int tile : {0, 32}) {
+        const Result<StripPicture> decoded = tiffStrips(
+            tiffWithLibtiff(files.file(QStringLiteral("p.tif")), panorama, {tile}), 1300);
+        ASSERT_TRUE(decoded.ok()) << decoded.message();
+        EXPECT_EQ(decoded->scale, 2);
+        EXPECT_EQ(decoded->image, expected) << tile;
+    }
+
+    const QColor left = QColor::fromRgba64(0x1234, 0x8765, 0xfedc, 0x8000);
+    const QImage deep = twoColours({40, 20}, left, Qt::white, QImage::Format_RGBA64);
+    for (const bool associated : {false, true}) {
+        // Associated alpha: the colour is stored multiplied by it.
+        QImage stored = deep;
+        for (int y = 0; associated && y < stored.height(); ++y) {
+            auto* p = reinterpret_cast<uint16_t*>(stored.scanLine(y));
+            for (int i = 0; i < 4 * stored.width(); ++i)
+                if (i % 4 != 3)
+                    p[i] = uint16_t((p[i] * uint32_t(p[i / 4 * 4 + 3]) + 32767) / 65535);
+        }
+        TiffLayout layout{16};
+        layout.associatedAlpha = associated;
+        const Result<StripPicture> decoded = tiffStrips(
+            tiffWithLibtiff(files.file(QStringLiteral("deep.tif")), stored, layout), 200);
+        ASSERT_TRUE(decoded.ok()) << decoded.message();
+        EXPECT_EQ(decoded->image.format(), QImage::Format_RGBA64);
+        const QRgba64 got = decoded->image.pixelColor(3, 3).rgba64();
+        EXPECT_NEAR(got.green(), 0x8765, 4) << associated;
+        EXPECT_NEAR(got.alpha(), 0x8000, 1) << associated;
+    }
+    const Result<StripPicture> grey =
+        tiffStrips(tiffWithLibtiff(files.file(QStringLiteral("grey.tif")),
+                                   deep.convertToFormat(QImage::Format_Grayscale16), {}),
+                   200);
+    ASSERT_TRUE(grey.ok()) << grey.message();
+    EXPECT_EQ(grey->image.format(), QImage::Format_RGBX64);
+}
+
+TEST(TiffStrips, UnreadableLayoutsAndDamagedFilesFailInWords) {
+    const test::TempTree files;
+    const QImage panorama = test::testPanorama(60, 30).convertToFormat(QImage::Format_RGB888);
+    TiffLayout planes;
+    planes.separatePlanes = true;
+    const QString planar =
+        tiffWithLibtiff(files.file(QStringLiteral("planes.tif")), panorama, planes);
+    EXPECT_EQ(tiffStrips(planar, 500).message(),
+              planar + QStringLiteral(": 60 × 30 pixels is more than the 0-megapixel limit, and "
+                                      "a TIFF with its channels in separate planes cannot be "
+                                      "read in strips to open it reduced; save it as 8- or "
+                                      "16-bit grey or RGB with the channels interleaved"));
+
+    QFile whole(tiffWithLibtiff(files.file(QStringLiteral("whole.tif")), panorama, {}));
+    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+    const QByteArray bytes = whole.readAll();
+    // libtiff writes the directory last: keep it, lose the middle of the pixel data.
+    const QString cut =
+        files.addFile(QStringLiteral("cut.tif"), bytes.left(bytes.size() / 3) +
+                                                     QByteArray(bytes.size() / 3, '\0') +
+                                                     bytes.mid(bytes.size() * 2 / 3));
+    const Result<StripPicture> broken = tiffStrips(cut, 500);
+    EXPECT_FALSE(broken.ok());
+    EXPECT_TRUE(broken.message().startsWith(cut + QStringLiteral(": cannot decode the picture (")))
+        << broken.message();
 }

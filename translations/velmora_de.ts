@@ -117,6 +117,26 @@
         <source>%1: %2 × %3 pixels is more than the %4-megapixel limit, and a TIFF with %5 cannot be read in strips to open it reduced; save it as 8- or 16-bit grey or RGB with the channels interleaved</source>
         <translation>%1: %2 × %3 Pixel sind mehr als die Grenze von %4 Megapixeln, und ein TIFF mit %5 lässt sich nicht streifenweise lesen, um es verkleinert zu öffnen; speichern Sie es als Graustufen- oder RGB-Bild mit 8 oder 16 Bit und verschachtelten Kanälen</translation>
     </message>
+    <message>
+        <source>a third</source>
+        <translation>ein Drittel</translation>
+    </message>
+    <message>
+        <source>a fifth</source>
+        <translation>ein Fünftel</translation>
+    </message>
+    <message>
+        <source>a sixth</source>
+        <translation>ein Sechstel</translation>
+    </message>
+    <message>
+        <source>a seventh</source>
+        <translation>ein Siebtel</translation>
+    </message>
+    <message>
+        <source>1/%1</source>
+        <translation>1/%1</translation>
+    </message>
 </context>
 <context>
     <name>LayerBlendMode</name>

@@ -5,9 +5,11 @@
 #include "model/PngDecoding.h"
 #include "model/StripReduction.h"
 #include "model/TiffDecoding.h"
+#include "render/SourcePixels.h"
 #include "support/TestSupport.h"
 
 #include <QBuffer>
+#include <QColorSpace>
 #include <QFile>
 #include <QImageWriter>
 
@@ -41,8 +43,8 @@ Result<StripPicture> pngStrips(const QByteArray& png, qint64 maxPixels) {
     return decodePngStrips(buffer, png.size(), maxPixels, what);
 }
 
-// The PNG kinds Qt's writer does not make: grey with alpha, and interlaced.
-QByteArray pngWithLibpng(const QImage& image, int colourType, bool interlaced) {
+// The PNG kinds Qt's writer does not make: grey with alpha, interlaced, gAMA alone.
+QByteArray pngWithLibpng(const QImage& image, int colourType, bool interlaced, double gamma = 0.0) {
     const QImage rgba = image.convertToFormat(QImage::Format_RGBA8888);
     const int channels = colourType == PNG_COLOR_TYPE_GRAY         ? 1
                          : colourType == PNG_COLOR_TYPE_GRAY_ALPHA ? 2
@@ -74,6 +76,8 @@ QByteArray pngWithLibpng(const QImage& image, int colourType, bool interlaced) {
     png_set_IHDR(png, info, png_uint_32(rgba.width()), png_uint_32(rgba.height()), 8, colourType,
                  interlaced ? PNG_INTERLACE_ADAM7 : PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+    if (gamma > 0.0)
+        png_set_gAMA(png, info, gamma);
     png_write_info(png, info);
     png_write_image(png, pointers.data());
     png_write_end(png, nullptr);
@@ -372,4 +376,45 @@ TEST(TiffStrips, UnreadableLayoutsAndDamagedFilesFailInWords) {
     EXPECT_FALSE(broken.ok());
     EXPECT_TRUE(broken.message().startsWith(cut + QStringLiteral(": cannot decode the picture (")))
         << broken.message();
+}
+
+// The whole path: beyond the limit a PNG or TIFF opens reduced, says so in one
+// warning naming the file, stands as its orientation says and is brought into sRGB
+// from its profile as Qt's reader would have.
+TEST(HugeSources, OpenReducedWithAWarningUprightAndInSrgb) {
+    const test::TempTree files;
+    const QString png = files.file(QStringLiteral("wide.png"));
+    ASSERT_TRUE(test::testPanorama(1600, 800).save(png));
+    QStringList warnings;
+    const Result<render::Image> opened = decodeImageFile(png, &warnings, 1'000'000);
+    ASSERT_TRUE(opened.ok()) << opened.message();
+    EXPECT_EQ(opened->extent(), QRectF(0, 0, 800, 400));
+    EXPECT_EQ(warnings, QStringList{png + QStringLiteral(": 1600 × 800 pixels is more than the "
+                                                         "1-megapixel limit; opened at half the "
+                                                         "size, 800 × 400")});
+
+    TiffLayout turned;
+    turned.orientation = ORIENTATION_RIGHTTOP;
+    const QString tiff = tiffWithLibtiff(
+        files.file(QStringLiteral("turned.tif")),
+        test::testPanorama(600, 300).convertToFormat(QImage::Format_RGB888), turned);
+    const Result<render::Image> upright = decodeImageFile(tiff, nullptr, 1800);
+    ASSERT_TRUE(upright.ok()) << upright.message();
+    EXPECT_EQ(upright->extent(), QRectF(0, 0, 30, 60)); // a tenth, turned a quarter
+
+    // Adobe RGB from its profile, and a gamma of 1.8 with nothing else: the same
+    // colours whether read in strips or by Qt.
+    QImage flat(64, 32, QImage::Format_RGB32);
+    flat.fill(QColor(40, 160, 90));
+    QImage adobe = flat;
+    adobe.setColorSpace(QColorSpace(QColorSpace::AdobeRgb));
+    for (const QByteArray& data :
+         {written(adobe, "png"), pngWithLibpng(flat, PNG_COLOR_TYPE_RGB, false, 1 / 1.8)}) {
+        const auto colour = [&](qint64 maxPixels) {
+            const Result<render::Image> decoded = decodeImageData(data, {}, nullptr, maxPixels);
+            return decoded ? decoded->sourcePixels()->image().pixelColor(5, 5) : QColor();
+        };
+        EXPECT_LE(test::channelDistance(colour(500), colour(10'000)), 1);
+        EXPECT_GT(test::channelDistance(colour(500), QColor(40, 160, 90)), 5);
+    }
 }

@@ -85,6 +85,58 @@
         <source>%1: cannot be read</source>
         <translation>%1: kann nicht gelesen werden</translation>
     </message>
+    <message>
+        <source>%1: not enough memory for a %2 × %3 picture</source>
+        <translation>%1: Nicht genug Speicher für ein Bild von %2 × %3 Pixeln</translation>
+    </message>
+    <message>
+        <source>%1: the picture&apos;s data ends early (the file is cut short)</source>
+        <translation>%1: Die Bilddaten enden vorzeitig (die Datei ist abgeschnitten)</translation>
+    </message>
+    <message>
+        <source>%1: %2 × %3 pixels is more than the %4-megapixel limit, and an interlaced PNG cannot be read in strips to open it reduced; save it without interlacing</source>
+        <translation>%1: %2 × %3 Pixel sind mehr als die Grenze von %4 Megapixeln, und ein PNG mit Zeilensprung (interlaced) lässt sich nicht streifenweise lesen, um es verkleinert zu öffnen; speichern Sie es ohne Zeilensprung</translation>
+    </message>
+    <message>
+        <source>%1 bits per sample</source>
+        <translation>%1 Bit pro Kanal</translation>
+    </message>
+    <message>
+        <source>floating-point or signed samples</source>
+        <translation>Gleitkomma- oder vorzeichenbehafteten Werten</translation>
+    </message>
+    <message>
+        <source>its channels in separate planes</source>
+        <translation>getrennten Ebenen für die Kanäle</translation>
+    </message>
+    <message>
+        <source>channels other than grey or RGB, with or without alpha</source>
+        <translation>anderen Kanälen als Grau oder RGB, mit oder ohne Alpha</translation>
+    </message>
+    <message>
+        <source>%1: %2 × %3 pixels is more than the %4-megapixel limit, and a TIFF with %5 cannot be read in strips to open it reduced; save it as 8- or 16-bit grey or RGB with the channels interleaved</source>
+        <translation>%1: %2 × %3 Pixel sind mehr als die Grenze von %4 Megapixeln, und ein TIFF mit %5 lässt sich nicht streifenweise lesen, um es verkleinert zu öffnen; speichern Sie es als Graustufen- oder RGB-Bild mit 8 oder 16 Bit und verschachtelten Kanälen</translation>
+    </message>
+    <message>
+        <source>a third</source>
+        <translation>ein Drittel</translation>
+    </message>
+    <message>
+        <source>a fifth</source>
+        <translation>ein Fünftel</translation>
+    </message>
+    <message>
+        <source>a sixth</source>
+        <translation>ein Sechstel</translation>
+    </message>
+    <message>
+        <source>a seventh</source>
+        <translation>ein Siebtel</translation>
+    </message>
+    <message>
+        <source>1/%1</source>
+        <translation>1/%1</translation>
+    </message>
 </context>
 <context>
     <name>LayerBlendMode</name>

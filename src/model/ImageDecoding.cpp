@@ -3,7 +3,9 @@
 #include "model/ColorProfile.h"
 #include "model/HeifDecoding.h"
 #include "model/JpegDecoding.h"
+#include "model/PngDecoding.h"
 #include "model/SourceMetadata.h"
+#include "model/TiffDecoding.h"
 #include "render/DecodeBudget.h"
 
 #include <QBuffer>
@@ -17,6 +19,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <optional>
 
 namespace velmora {
 
@@ -39,12 +42,10 @@ void toWorkingSpace(QImage& image, const QByteArray& icc, const QString& what,
 }
 
 Result<render::Image> decode(QImageReader& reader, const QString& what, qint64 dataBytes,
-                             QStringList* warnings) {
+                             qint64 maxPixels, QStringList* warnings) {
     raiseImageAllocationLimit();
     // Before a byte is allocated: too large, or a bomb whose header lies.
-    if (const Status budget =
-            render::checkClaimedSize(reader, dataBytes, render::maxPicturePixels, what);
-        !budget)
+    if (const Status budget = render::checkClaimedSize(reader, dataBytes, maxPixels, what); !budget)
         return budget.failure();
     // Upright as it was shot: a phone held on its side writes the turn into EXIF
     // rather than the pixels. No colour conversion.
@@ -64,8 +65,8 @@ Result<render::Image> decode(QImageReader& reader, const QString& what, qint64 d
 
 // HEIF and AVIF go to libheif; the whole (compressed) file is read first.
 Result<render::Image> decodeHeifPicture(const QByteArray& data, const QString& what,
-                                        QStringList* warnings) {
-    Result<HeifPicture> decoded = decodeHeif(data, render::maxPicturePixels, what);
+                                        qint64 maxPixels, QStringList* warnings) {
+    Result<HeifPicture> decoded = decodeHeif(data, maxPixels, what);
     if (!decoded)
         return decoded.failure();
     toWorkingSpace(decoded->image, decoded->icc, what, warnings);
@@ -90,11 +91,37 @@ QString scaleWord(int scale) {
     switch (scale) {
     case 2:
         return QCoreApplication::translate("ImageDecoding", "half");
+    case 3:
+        return QCoreApplication::translate("ImageDecoding", "a third");
     case 4:
         return QCoreApplication::translate("ImageDecoding", "a quarter");
-    default:
+    case 5:
+        return QCoreApplication::translate("ImageDecoding", "a fifth");
+    case 6:
+        return QCoreApplication::translate("ImageDecoding", "a sixth");
+    case 7:
+        return QCoreApplication::translate("ImageDecoding", "a seventh");
+    case 8:
         return QCoreApplication::translate("ImageDecoding", "an eighth");
+    default:
+        return QCoreApplication::translate("ImageDecoding", "1/%1").arg(scale);
     }
+}
+
+/// Says that a picture beyond the limit opened at 1 / `scale` of its `stored` size.
+QString reducedWarning(const QString& what, QSize stored, int scale, QSize opened,
+                       qint64 maxPixels) {
+    return QCoreApplication::translate("ImageDecoding",
+                                       "%1: %2 × %3 pixels is more than the "
+                                       "%4-megapixel limit; opened at %5 the size, "
+                                       "%6 × %7")
+        .arg(what)
+        .arg(stored.width())
+        .arg(stored.height())
+        .arg(maxPixels / 1'000'000)
+        .arg(scaleWord(scale))
+        .arg(opened.width())
+        .arg(opened.height());
 }
 
 // JPEG goes to libjpeg-turbo directly: it says when data is damaged or cut short
@@ -103,9 +130,9 @@ QString scaleWord(int scale) {
 // EXIF turn.
 Result<std::optional<render::Image>> decodeJpegPicture(std::FILE* file, const QByteArray& data,
                                                        qint64 dataBytes, QImageReader& reader,
-                                                       const QString& what, QStringList* warnings) {
-    Result<std::optional<JpegPicture>> decoded =
-        decodeJpeg(file, data, dataBytes, render::maxPicturePixels, what);
+                                                       const QString& what, qint64 maxPixels,
+                                                       QStringList* warnings) {
+    Result<std::optional<JpegPicture>> decoded = decodeJpeg(file, data, dataBytes, maxPixels, what);
     if (!decoded)
         return decoded.failure();
     if (!decoded->has_value())
@@ -119,21 +146,44 @@ Result<std::optional<render::Image>> decodeJpegPicture(std::FILE* file, const QB
                                             "show faults (%2)")
                     .arg(what, picture.damage.join(QStringLiteral("; "))));
         if (picture.scale > 1)
-            warnings->append(QCoreApplication::translate(
-                                 "ImageDecoding", "%1: %2 × %3 pixels is more than the "
-                                                  "%4-megapixel limit; opened at %5 the size, "
-                                                  "%6 × %7")
-                                 .arg(what)
-                                 .arg(picture.storedSize.width())
-                                 .arg(picture.storedSize.height())
-                                 .arg(render::maxPicturePixels / 1'000'000)
-                                 .arg(scaleWord(picture.scale))
-                                 .arg(picture.image.width())
-                                 .arg(picture.image.height()));
+            warnings->append(reducedWarning(what, picture.storedSize, picture.scale,
+                                            picture.image.size(), maxPixels));
     }
     toWorkingSpace(picture.image, picture.icc, what, warnings);
     return std::optional<render::Image>(
         render::Image::fromQImage(upright(std::move(picture.image), reader.transformation())));
+}
+
+enum class StripFormat { png, tiff };
+
+/// PNG and TIFF beyond the limit are read in strips and reduced as they are read;
+/// within it Qt's reader opens them as before.
+std::optional<StripFormat> stripFormat(QImageReader& reader, qint64 maxPixels) {
+    const QByteArray format = reader.format();
+    if (format != "png" && format != "tiff")
+        return std::nullopt;
+    const QSize size = reader.size();
+    if (!size.isValid() || qint64(size.width()) * size.height() <= maxPixels)
+        return std::nullopt;
+    return format == "png" ? StripFormat::png : StripFormat::tiff;
+}
+
+// `reader` is only asked for the EXIF turn; `device` is read from its start.
+Result<render::Image> decodeStripPicture(StripFormat format, QIODevice& device, qint64 dataBytes,
+                                         QImageReader& reader, const QString& what,
+                                         qint64 maxPixels, QStringList* warnings) {
+    const QImageIOHandler::Transformations turn = reader.transformation();
+    Result<StripPicture> decoded = format == StripFormat::png
+                                       ? decodePngStrips(device, dataBytes, maxPixels, what)
+                                       : decodeTiffStrips(device, dataBytes, maxPixels, what);
+    if (!decoded)
+        return decoded.failure();
+    StripPicture& picture = *decoded;
+    if (warnings && picture.scale > 1)
+        warnings->append(reducedWarning(what, picture.storedSize, picture.scale,
+                                        picture.image.size(), maxPixels));
+    toWorkingSpace(picture.image, picture.icc, what, warnings);
+    return render::Image::fromQImage(upright(std::move(picture.image), turn));
 }
 
 } // namespace
@@ -145,12 +195,13 @@ void raiseImageAllocationLimit() {
 
 namespace {
 
-Result<render::Image> decodeFile(const QString& path, QStringList* warnings);
+Result<render::Image> decodeFile(const QString& path, qint64 maxPixels, QStringList* warnings);
 
 } // namespace
 
-Result<render::Image> decodeImageFile(const QString& path, QStringList* warnings) {
-    Result<render::Image> decoded = decodeFile(path, warnings);
+Result<render::Image> decodeImageFile(const QString& path, QStringList* warnings,
+                                      qint64 maxPixels) {
+    Result<render::Image> decoded = decodeFile(path, maxPixels, warnings);
     if (!decoded)
         return decoded;
     // A panorama's place on the sphere, as its Photo Sphere metadata says.
@@ -162,7 +213,7 @@ Result<render::Image> decodeImageFile(const QString& path, QStringList* warnings
 
 namespace {
 
-Result<render::Image> decodeFile(const QString& path, QStringList* warnings) {
+Result<render::Image> decodeFile(const QString& path, qint64 maxPixels, QStringList* warnings) {
     const QFileInfo info(path);
     if (!info.exists())
         return Failure{QCoreApplication::translate("ImageDecoding", "%1: no such file").arg(path)};
@@ -189,7 +240,7 @@ Result<render::Image> decodeFile(const QString& path, QStringList* warnings) {
             if (data.size() != info.size())
                 return Failure{
                     QCoreApplication::translate("ImageDecoding", "%1: cannot be read").arg(path)};
-            return decodeHeifPicture(data, path, warnings);
+            return decodeHeifPicture(data, path, maxPixels, warnings);
         }
     }
     QImageReader reader(path);
@@ -202,19 +253,26 @@ Result<render::Image> decodeFile(const QString& path, QStringList* warnings) {
             return Failure{
                 QCoreApplication::translate("ImageDecoding", "%1: cannot be read").arg(path)};
         Result<std::optional<render::Image>> jpeg =
-            decodeJpegPicture(file.get(), {}, info.size(), reader, path, warnings);
+            decodeJpegPicture(file.get(), {}, info.size(), reader, path, maxPixels, warnings);
         if (!jpeg)
             return jpeg.failure();
         if (jpeg->has_value())
             return std::move(**jpeg);
     }
-    return decode(reader, path, info.size(), warnings);
+    if (const std::optional<StripFormat> strips = stripFormat(reader, maxPixels)) {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            return Failure{
+                QCoreApplication::translate("ImageDecoding", "%1: cannot be read").arg(path)};
+        return decodeStripPicture(*strips, file, info.size(), reader, path, maxPixels, warnings);
+    }
+    return decode(reader, path, info.size(), maxPixels, warnings);
 }
 
 } // namespace
 
 Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& format,
-                                      QStringList* warnings) {
+                                      QStringList* warnings, qint64 maxPixels) {
     if (data.isEmpty())
         return Failure{QStringLiteral("no picture data")};
     QBuffer buffer;
@@ -224,17 +282,24 @@ Result<render::Image> decodeImageData(const QByteArray& data, const QByteArray& 
     reader.setDecideFormatFromContent(format.isEmpty());
     const QString what = QStringLiteral("picture data");
     if (looksLikeHeif(data.left(64)))
-        return decodeHeifPicture(data, what, warnings);
+        return decodeHeifPicture(data, what, maxPixels, warnings);
     if (looksLikeJpeg(data)) {
         Result<std::optional<render::Image>> jpeg =
-            decodeJpegPicture(nullptr, data, data.size(), reader, what, warnings);
+            decodeJpegPicture(nullptr, data, data.size(), reader, what, maxPixels, warnings);
         if (!jpeg)
             return jpeg.failure();
         if (jpeg->has_value())
             return std::move(**jpeg);
         buffer.seek(0);
     }
-    return decode(reader, what, data.size(), warnings);
+    if (const std::optional<StripFormat> strips = stripFormat(reader, maxPixels)) {
+        QBuffer stripped;
+        stripped.setData(data);
+        stripped.open(QIODevice::ReadOnly);
+        return decodeStripPicture(*strips, stripped, data.size(), reader, what, maxPixels,
+                                  warnings);
+    }
+    return decode(reader, what, data.size(), maxPixels, warnings);
 }
 
 QStringList readableImageSuffixes() {

@@ -2,6 +2,8 @@
 
 #include "render/DecodeBudget.h"
 
+#include <QCoreApplication>
+
 #include <csetjmp>
 #include <cstdlib>
 #include <memory>
@@ -96,7 +98,9 @@ Result<std::optional<JpegPicture>> decodeJpeg(std::FILE* file, const QByteArray&
     const auto decoder = std::make_unique<Decoder>();
     Decoder* const d = decoder.get();
     const auto failure = [d, &what] {
-        return Failure{QStringLiteral("%1: cannot decode the picture (%2)").arg(what, d->fatal)};
+        return Failure{
+            QCoreApplication::translate("ImageDecoding", "%1: cannot decode the picture (%2)")
+                .arg(what, d->fatal)};
     };
     if (setjmp(d->failed))
         return failure();
@@ -142,7 +146,8 @@ Result<std::optional<JpegPicture>> decodeJpeg(std::FILE* file, const QByteArray&
                       static_cast<int>(d->info.output_height), QImage::Format_RGB32);
     if (d->image.isNull()) {
         jpeg_abort_decompress(&d->info);
-        return Failure{QStringLiteral("%1: not enough memory for a %2 \u00d7 %3 picture")
+        return Failure{QCoreApplication::translate("ImageDecoding",
+                                                   "%1: not enough memory for a %2 × %3 picture")
                            .arg(what)
                            .arg(d->info.output_width)
                            .arg(d->info.output_height)};
@@ -156,7 +161,9 @@ Result<std::optional<JpegPicture>> decodeJpeg(std::FILE* file, const QByteArray&
         jpeg_finish_decompress(&d->info);
     if (d->endedEarly)
         return Failure{
-            QStringLiteral("%1: the picture's data ends early (the file is cut short)").arg(what)};
+            QCoreApplication::translate("ImageDecoding",
+                                        "%1: the picture's data ends early (the file is cut short)")
+                .arg(what)};
 
     JpegPicture picture;
     picture.image = std::move(d->image);

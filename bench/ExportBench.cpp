@@ -1,12 +1,16 @@
 #include "BenchSupport.h"
 
 #include "model/DocumentFiles.h"
+#include "model/ImageDecoding.h"
 #include "render/PngWriter.h"
 #include "render/RenderContext.h"
+#include "render/SourcePixels.h"
 
 #include <QBuffer>
+#include <QCoreApplication>
 #include <QFile>
 #include <QImageWriter>
+#include <QProcess>
 #include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
@@ -49,6 +53,58 @@ BENCHMARK(exportPng)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime()
     ->Iterations(3);
+
+// An 8192 export of the sample from the command line, stage by stage: 0 reads and
+// decodes the file, 1 builds the pyramid and the seam table, 2 renders, encodes and
+// writes (the strips overlap these three), 3 is the whole `velmora render` process,
+// start-up and kernel loading included.
+static void exportStages(benchmark::State& state) {
+    const QString sample = bench::resources() + QStringLiteral("/samples/panorama.jpg");
+    const QTemporaryDir dir;
+    const QString out = dir.filePath(QStringLiteral("planet.png"));
+    const auto stage = state.range(0);
+    static constexpr const char* names[] = {"decode", "pyramid", "render and encode", "process"};
+    state.SetLabel(names[stage]);
+    const Result<render::Image> decoded = decodeImageFile(sample);
+    if (!decoded) {
+        state.SkipWithError("no sample panorama in the resources");
+        return;
+    }
+    const std::unique_ptr<PlanetModel> model = stage == 2 ? bench::modelWithSample() : nullptr;
+    if (model) {
+        model->setOutputSize(8192);
+        benchmark::DoNotOptimize(exportPNG(*model, out).ok()); // builds the pyramid
+    }
+    const QString velmora = QCoreApplication::applicationDirPath() + QStringLiteral("/velmora");
+    for (auto _ : state) {
+        switch (stage) {
+        case 0:
+            benchmark::DoNotOptimize(decodeImageFile(sample).ok());
+            break;
+        case 1: {
+            const auto pixels = render::SourcePixels::create(decoded->sourcePixels()->image());
+            pixels->ensurePyramid();
+            break;
+        }
+        case 2:
+            benchmark::DoNotOptimize(exportPNG(*model, out).ok());
+            break;
+        default:
+            if (QProcess::execute(velmora,
+                                  {QStringLiteral("render"), sample, QStringLiteral("-o"), out,
+                                   QStringLiteral("--size"), QStringLiteral("8192")}) != 0)
+                state.SkipWithError("velmora render failed");
+            break;
+        }
+    }
+}
+BENCHMARK(exportStages)
+    ->DenseRange(0, 3)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime()
+    ->Iterations(3)
+    ->Repetitions(3)
+    ->ReportAggregatesOnly(true);
 
 namespace {
 

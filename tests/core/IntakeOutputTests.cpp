@@ -341,7 +341,19 @@ TEST_F(IntakeTest, StripRenderedExportsAreByteForByteTheWholePicture) {
             ASSERT_TRUE(
                 render::writePng(recipe, QRect(0, 0, side, side), device, &progress, encoding)
                     .ok());
-            EXPECT_EQ(strips, render::encodePng(whole, encoding)) << side;
+            const QByteArray expected = render::encodePng(whole, encoding);
+            EXPECT_EQ(strips, expected) << side;
+            if (strips != expected) {
+                // Which pixels differ, if any, says whether rendering or encoding did.
+                const QImage a = QImage::fromData(strips).convertToFormat(QImage::Format_RGBA8888);
+                const QImage b = whole.convertToFormat(QImage::Format_RGBA8888);
+                for (int y = 0; y < side && a.size() == b.size(); ++y)
+                    if (std::memcmp(a.constScanLine(y), b.constScanLine(y),
+                                    static_cast<size_t>(4 * side)) != 0) {
+                        ADD_FAILURE() << "first differing row " << y << " of " << side;
+                        break;
+                    }
+            }
             EXPECT_EQ(progress.fraction(), 1.0);
         }
     }

@@ -86,27 +86,29 @@ void forEachTile(const Image& image, const QRect& area, TileFn&& fn,
     if (progress)
         progress->total.store(cols * rows, std::memory_order_relaxed);
     tbb::enumerable_thread_specific<Scratch> scratch;
-    tbb::parallel_for(tbb::blocked_range<int>(0, cols * rows), [&](const tbb::blocked_range<int>&
-                                                                       r) {
-        Scratch& local = scratch.local();
-        for (int t = r.begin(); t != r.end(); ++t) {
-            const int tx = area.left() + (t % cols) * RenderContext::tileSize;
-            const int ty = area.top() + (t / cols) * RenderContext::tileSize;
-            const QRect tile(tx, ty, std::min(RenderContext::tileSize, area.right() + 1 - tx),
-                             std::min(RenderContext::tileSize, area.bottom() + 1 - ty));
-            // A kept render is read where it lies (`fn` only reads its tile).
-            std::ptrdiff_t stride = 0;
-            if (const float* held = image.node()->heldPixels(tile, stride)) {
-                fn(tile, TileView{const_cast<float*>(held), tile.width(), tile.height(), stride});
-            } else {
-                Scratch::Buffer buffer = local.acquire(tile.width(), tile.height());
-                image.node()->render(tile, buffer.view(), local);
-                fn(tile, buffer.view());
-            }
-            if (progress)
-                progress->done.fetch_add(1, std::memory_order_relaxed);
+    const auto renderTile = [&](int t, Scratch& local) {
+        const int tx = area.left() + (t % cols) * RenderContext::tileSize;
+        const int ty = area.top() + (t / cols) * RenderContext::tileSize;
+        const QRect tile(tx, ty, std::min(RenderContext::tileSize, area.right() + 1 - tx),
+                         std::min(RenderContext::tileSize, area.bottom() + 1 - ty));
+        // A kept render is read where it lies (`fn` only reads its tile).
+        std::ptrdiff_t stride = 0;
+        if (const float* held = image.node()->heldPixels(tile, stride)) {
+            fn(tile, TileView{const_cast<float*>(held), tile.width(), tile.height(), stride});
+        } else {
+            Scratch::Buffer buffer = local.acquire(tile.width(), tile.height());
+            image.node()->render(tile, buffer.view(), local);
+            fn(tile, buffer.view());
         }
-    });
+        if (progress)
+            progress->done.fetch_add(1, std::memory_order_relaxed);
+    };
+    tbb::parallel_for(tbb::blocked_range<int>(0, cols * rows),
+                      [&](const tbb::blocked_range<int>& r) {
+                          Scratch& local = scratch.local();
+                          for (int t = r.begin(); t != r.end(); ++t)
+                              renderTile(t, local);
+                      });
 }
 
 } // namespace

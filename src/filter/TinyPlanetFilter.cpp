@@ -32,8 +32,10 @@ public:
     void prepare() const override { m_source->ensurePyramid(); }
 
     void render(const QRect& rect, const render::TileView& out, render::Scratch&) const override {
-        out.clear();
         const QRect inside = render::extents::pixelsOf(extent(), rect);
+        // The kernel writes every pixel it is given: only what lies outside is cleared.
+        if (inside != rect)
+            out.clear();
         if (inside.isEmpty())
             return;
         const render::TileView target =

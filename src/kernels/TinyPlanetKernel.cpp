@@ -196,6 +196,19 @@ VM_INLINE void mapRow(const Setup& k, int x0, int py, int n, float* __restrict u
     }
 }
 
+/// 3t^2 - 2t^3 of t clamped to [0, 1]: the soft step every cross-fade and feather
+/// here takes.
+VM_INLINE float smoothstep(float t) {
+    t = clampf(t, 0.f, 1.f);
+    return t * t * (3.f - 2.f * t);
+}
+
+/// How much of what lies beyond an edge shows `edge` inside it: all of it at the
+/// edge, none from `feather` in.
+VM_INLINE float feathered(float edge, float feather) {
+    return smoothstep(1.f - edge / feather);
+}
+
 /// Signed distance from u to the nearest seam, in (-0.5, 0.5]: negative just before
 /// the wrap (the panorama's right end), positive just after it (the left end).
 VM_INLINE float seamDistance(float u) {
@@ -239,7 +252,7 @@ VM_INLINE Rgba blendSeam(const VmSampler& src, const Setup& k, Rgba natural, flo
     const Rgba rightEnd = ds < 0.f ? natural : reflected;
     const Rgba leftEnd = ds < 0.f ? reflected : natural;
     const float t = 0.5f + 0.5f * ds / k.seamHalf;
-    return lerp(rightEnd, leftEnd, t * t * (3.f - 2.f * t));
+    return lerp(rightEnd, leftEnd, smoothstep(t));
 }
 
 /// Most samples one pixel takes along its footprint; near the poles the footprint
@@ -458,9 +471,8 @@ VM_INLINE Rgba sideEdge(const VmSampler& src, const Setup& k, bool left, float v
 /// edge to its left: the two edges cross-fade.
 template <int Format, bool Opaque>
 VM_INLINE Rgba sideFill(const VmSampler& src, const Setup& k, float g, float v) {
-    const float t = clampf(g, 0.f, 1.f);
     return lerp(sideEdge<Format, Opaque>(src, k, false, v),
-                sideEdge<Format, Opaque>(src, k, true, v), t * t * (3.f - 2.f * t));
+                sideEdge<Format, Opaque>(src, k, true, v), smoothstep(g));
 }
 
 /// The band inside the picture, in picture widths, over which it fades into the side
@@ -515,9 +527,8 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
                 if (open) {
                     // Above or below the open part: the fills above the two edges
                     // cross-fade as the side fill does.
-                    const float g = clampf(across, 0.f, 1.f);
                     c = lerp(edgeFill(src, above, 1.f, t), edgeFill(src, above, 0.f, t),
-                             g * g * (3.f - 2.f * g));
+                             smoothstep(across));
                 } else {
                     c = edgeFill(src, above, pixelU, t);
                 }
@@ -534,11 +545,9 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
                 if (k.sides) {
                     // Near a side edge the picture fades into the side fill.
                     const float edge = std::fmin(pixelU, 1.f - pixelU);
-                    if (edge < sideFeather) {
-                        const float near = 1.f - edge / sideFeather;
-                        const float blend = near * near * (3.f - 2.f * near);
-                        c = lerp(c, sideEdge<Format, Opaque>(src, k, pixelU < 0.5f, pixelV), blend);
-                    }
+                    if (edge < sideFeather)
+                        c = lerp(c, sideEdge<Format, Opaque>(src, k, pixelU < 0.5f, pixelV),
+                                 feathered(edge, sideFeather));
                 }
                 if (k.partial) {
                     // Near an edge with sphere beyond it, the picture fades into the
@@ -546,11 +555,9 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
                     const float fromTop = k.roomAbove > 0.f ? pixelV : 1.f;
                     const float fromBottom = k.roomBelow > 0.f ? 1.f - pixelV : 1.f;
                     const float edge = std::fmin(fromTop, fromBottom);
-                    if (edge < fillFeather) {
-                        const float near = 1.f - edge / fillFeather;
-                        const float blend = near * near * (3.f - 2.f * near);
-                        c = lerp(c, edgeFill(src, fromTop < fromBottom, pixelU, 0.f), blend);
-                    }
+                    if (edge < fillFeather)
+                        c = lerp(c, edgeFill(src, fromTop < fromBottom, pixelU, 0.f),
+                                 feathered(edge, fillFeather));
                 }
             }
             if constexpr (Opaque)

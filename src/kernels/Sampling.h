@@ -103,6 +103,16 @@ VM_INLINE __m128 linearPairInRow(const unsigned char* row, int x, __m128 t) {
 
 constexpr float linearUnit = 1.f / 65535.f;
 
+/// Bilinear sample of a VM_FORMAT_LINEAR16 level from its rows `r0` and `r1` at texel
+/// x0 (and x0 + 1) with fractions tx, ty: linear premultiplied colour.
+VM_INLINE Rgba linearBilinear(const unsigned char* r0, const unsigned char* r1, int x0, float tx,
+                              float ty) {
+    const __m128 t = _mm_set1_ps(tx);
+    const __m128 top = linearPairInRow(r0, x0, t);
+    const __m128 bottom = linearPairInRow(r1, x0, t);
+    return Rgba{_mm_add_ps(top, _mm_mul_ps(_mm_sub_ps(bottom, top), _mm_set1_ps(ty)))} * linearUnit;
+}
+
 /// Bilinear sample at (x, y) in the level's pixel units (pixel centres at +0.5), for
 /// artwork: transparent outside its bounds. `linear`: the level is VM_FORMAT_LINEAR16
 /// (any level but 0).
@@ -122,13 +132,8 @@ VM_INLINE Rgba bilinear(const VmSampler& s, const VmLevel& level, float x, float
     const int y1 = y0 + 1;
     if (linear) {
         // A pyramid level: inside, one load per row; at the border, texel by texel.
-        const __m128 t = _mm_set1_ps(tx);
-        if (x0 >= 0 && y0 >= 0 && x1 < w && y1 < h) {
-            const __m128 top = linearPairInRow(rowOf(level, y0), x0, t);
-            const __m128 bottom = linearPairInRow(rowOf(level, y1), x0, t);
-            return Rgba{_mm_add_ps(top, _mm_mul_ps(_mm_sub_ps(bottom, top), _mm_set1_ps(ty)))} *
-                   linearUnit;
-        }
+        if (x0 >= 0 && y0 >= 0 && x1 < w && y1 < h)
+            return linearBilinear(rowOf(level, y0), rowOf(level, y1), x0, tx, ty);
         const auto fetch = [&](int xi, int yi) {
             return (xi < 0 || yi < 0 || xi >= w || yi >= h)
                        ? Rgba{}
@@ -175,12 +180,7 @@ VM_INLINE Rgba bilinearPanorama(const VmSampler& s, int index, float u, float v)
     const unsigned char* r1 = rowOf(level, y0 + 1 < h ? y0 + 1 : h - 1);
     if (index > 0) {
         // Left of the first texel is the last; its right neighbour is the padding.
-        x0 = x0 < 0 ? w - 1 : x0;
-        const __m128 t = _mm_set1_ps(tx);
-        const __m128 top = linearPairInRow(r0, x0, t);
-        const __m128 bottom = linearPairInRow(r1, x0, t);
-        return Rgba{_mm_add_ps(top, _mm_mul_ps(_mm_sub_ps(bottom, top), _mm_set1_ps(ty)))} *
-               linearUnit;
+        return linearBilinear(r0, r1, x0 < 0 ? w - 1 : x0, tx, ty);
     }
     int x1 = x0 + 1;
     x0 = x0 < 0 ? w - 1 : x0;
@@ -256,13 +256,19 @@ VM_INLINE Rgba sampleLod(const VmSampler& s, float u, float v, float lod) {
     return lerp(first, at(pick.level + 1), pick.next);
 }
 
-/// Linear light in [0, 1] to sRGB code value in [0, 1], from the encode table.
-VM_INLINE float encode(const VmSampler& s, float linear) {
+/// Linear light in [0, 1] to sRGB code value in [0, 1], from an encode table of
+/// VM_ENCODE_SIZE + 2 entries (the sampler's, or ColorTables').
+VM_INLINE float encodeWith(const float* table, float linear) {
     // i + 1 may reach VM_ENCODE_SIZE + 1: the table has one entry of padding.
     const float x = clampf(linear, 0.f, 1.f) * VM_ENCODE_SIZE;
     const int i = static_cast<int>(x);
     const float t = x - static_cast<float>(i);
-    return s.encode[i] + (s.encode[i + 1] - s.encode[i]) * t;
+    return table[i] + (table[i + 1] - table[i]) * t;
+}
+
+/// encodeWith() the sampler's table.
+VM_INLINE float encode(const VmSampler& s, float linear) {
+    return encodeWith(s.encode, linear);
 }
 
 /// Linear light to sRGB code value without a table: one square root and a degree-7

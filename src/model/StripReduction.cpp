@@ -1,6 +1,7 @@
 #include "model/StripReduction.h"
 
 #include "kernels/KernelAbi.h"
+#include "kernels/Sampling.h"
 #include "render/ColorTables.h"
 
 #include <algorithm>
@@ -104,14 +105,6 @@ Accumulate accumulatorFor(const SampleLayout& layout) {
                                 : accumulatorFor<std::uint8_t, false>(layout.channels);
 }
 
-/// Linear light to sRGB code value in [0, 1], from the shared table, as the pyramid
-/// encodes its levels. Inlined: it runs three times for every output pixel.
-[[gnu::always_inline]] inline float encode(const float* table, float linear) {
-    const float x = std::clamp(linear, 0.f, 1.f) * VM_ENCODE_SIZE;
-    const int i = static_cast<int>(x);
-    return table[i] + (table[i + 1] - table[i]) * (x - static_cast<float>(i));
-}
-
 /// Writes one output row from its sums, `rows` source rows deep.
 template <bool HasAlpha, bool Deep>
 void store(const float* sums, int width, int factor, int rows, unsigned char* line) {
@@ -126,8 +119,9 @@ void store(const float* sums, int width, int factor, int rows, unsigned char* li
             alpha = sums[3] / count;
             scale = sums[3] > 0.f ? 1.f / sums[3] : 0.f;
         }
-        const float rgb[3] = {encode(table, sums[0] * scale), encode(table, sums[1] * scale),
-                              encode(table, sums[2] * scale)};
+        const float rgb[3] = {sampling::encodeWith(table, sums[0] * scale),
+                              sampling::encodeWith(table, sums[1] * scale),
+                              sampling::encodeWith(table, sums[2] * scale)};
         if constexpr (Deep) {
             const std::uint16_t p[4] = {static_cast<std::uint16_t>(rgb[0] * 65535.f + 0.5f),
                                         static_cast<std::uint16_t>(rgb[1] * 65535.f + 0.5f),

@@ -172,17 +172,20 @@ SourcePixels::SourcePixels(QImage image, int format)
     refreshSampler();
 }
 
+VmLevel SourcePixels::levelView(size_t index) const {
+    const QImage& level = m_levels[index];
+    // Above level 0 the last texel of a row is padding.
+    return {level.constBits(), level.width() - (index > 0 ? 1 : 0), level.height(),
+            level.bytesPerLine()};
+}
+
 void SourcePixels::refreshSampler() const {
     const ColorTables& tables = colorTables();
     m_sampler.format = m_format;
     m_sampler.opaque = m_levels.front().hasAlphaChannel() ? 0 : 1;
     m_sampler.levelCount = static_cast<int32_t>(m_levels.size());
-    for (size_t i = 0; i < m_levels.size(); ++i) {
-        const QImage& level = m_levels[i];
-        // Above level 0 the last texel of a row is padding.
-        m_sampler.levels[i] = {level.constBits(), level.width() - (i > 0 ? 1 : 0), level.height(),
-                               level.bytesPerLine()};
-    }
+    for (size_t i = 0; i < m_levels.size(); ++i)
+        m_sampler.levels[i] = levelView(i);
     m_sampler.seamDelta = m_seamDelta.empty() ? nullptr : m_seamDelta.data();
     m_sampler.seamRows = m_seamDelta.empty() ? 0 : height();
     m_sampler.seamWraps = m_seamWraps ? 1 : 0;
@@ -212,9 +215,7 @@ void SourcePixels::buildPyramid() const {
     // loses nothing to 8-bit steps.
     while (m_levels.size() < VM_MAX_LEVELS) {
         const size_t index = m_levels.size() - 1;
-        const QImage& last = m_levels.back();
-        const VmLevel from{last.constBits(), last.width() - (index > 0 ? 1 : 0), last.height(),
-                           last.bytesPerLine()};
+        const VmLevel from = levelView(index);
         if (from.width == 1 && from.height == 1)
             break;
         const int w = std::max(1, from.width / 2);

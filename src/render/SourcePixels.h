@@ -68,6 +68,8 @@ private:
     void buildSeamTable() const;
     void buildEdgeTable() const;
     void refreshSampler() const;
+    /// Level `index` as samplers see it (without a row's padding).
+    VmLevel levelView(size_t index) const;
 
     int m_format;
     SpherePlacement m_placement;

@@ -77,38 +77,50 @@ void storeRow16(const float* src, quint16* dst, int width) {
     }
 }
 
+/// Prepares `image` once, then calls fn(tile, scratch) for every tileSize square of
+/// `area` (cut short at its right and bottom), in parallel, with the thread's scratch.
 template <typename TileFn>
-void forEachTile(const Image& image, const QRect& area, TileFn&& fn,
-                 RenderProgress* progress = nullptr) {
+void forEachTileRect(const Image& image, const QRect& area, TileFn&& fn,
+                     RenderProgress* progress = nullptr) {
     image.node()->prepare();
     const int cols = (area.width() + RenderContext::tileSize - 1) / RenderContext::tileSize;
     const int rows = (area.height() + RenderContext::tileSize - 1) / RenderContext::tileSize;
     if (progress)
         progress->total.store(cols * rows, std::memory_order_relaxed);
     tbb::enumerable_thread_specific<Scratch> scratch;
-    const auto renderTile = [&](int t, Scratch& local) {
-        const int tx = area.left() + (t % cols) * RenderContext::tileSize;
-        const int ty = area.top() + (t / cols) * RenderContext::tileSize;
-        const QRect tile(tx, ty, std::min(RenderContext::tileSize, area.right() + 1 - tx),
-                         std::min(RenderContext::tileSize, area.bottom() + 1 - ty));
-        // A kept render is read where it lies (`fn` only reads its tile).
-        std::ptrdiff_t stride = 0;
-        if (const float* held = image.node()->heldPixels(tile, stride)) {
-            fn(tile, TileView{const_cast<float*>(held), tile.width(), tile.height(), stride});
-        } else {
+    tbb::parallel_for(
+        tbb::blocked_range<int>(0, cols * rows), [&](const tbb::blocked_range<int>& r) {
+            Scratch& local = scratch.local();
+            for (int t = r.begin(); t != r.end(); ++t) {
+                const int tx = area.left() + (t % cols) * RenderContext::tileSize;
+                const int ty = area.top() + (t / cols) * RenderContext::tileSize;
+                fn(QRect(tx, ty, std::min(RenderContext::tileSize, area.right() + 1 - tx),
+                         std::min(RenderContext::tileSize, area.bottom() + 1 - ty)),
+                   local);
+                if (progress)
+                    progress->done.fetch_add(1, std::memory_order_relaxed);
+            }
+        });
+}
+
+/// Calls fn(tile, view) with every tile of `area` rendered.
+template <typename TileFn>
+void forEachTile(const Image& image, const QRect& area, TileFn&& fn,
+                 RenderProgress* progress = nullptr) {
+    forEachTileRect(
+        image, area,
+        [&](const QRect& tile, Scratch& local) {
+            // A kept render is read where it lies (`fn` only reads its tile).
+            std::ptrdiff_t stride = 0;
+            if (const float* held = image.node()->heldPixels(tile, stride)) {
+                fn(tile, TileView{const_cast<float*>(held), tile.width(), tile.height(), stride});
+                return;
+            }
             Scratch::Buffer buffer = local.acquire(tile.width(), tile.height());
             image.node()->render(tile, buffer.view(), local);
             fn(tile, buffer.view());
-        }
-        if (progress)
-            progress->done.fetch_add(1, std::memory_order_relaxed);
-    };
-    tbb::parallel_for(tbb::blocked_range<int>(0, cols * rows),
-                      [&](const tbb::blocked_range<int>& r) {
-                          Scratch& local = scratch.local();
-                          for (int t = r.begin(); t != r.end(); ++t)
-                              renderTile(t, local);
-                      });
+        },
+        progress);
 }
 
 } // namespace
@@ -166,24 +178,14 @@ std::vector<float> RenderContext::renderFloats(const Image& image, const QRect& 
 void RenderContext::renderFloatsInto(const Image& image, const QRect& area, float* pixels) const {
     if (area.isEmpty())
         return;
-    image.node()->prepare();
-    const int cols = (area.width() + tileSize - 1) / tileSize;
-    const int rows = (area.height() + tileSize - 1) / tileSize;
     const TileView whole{pixels, area.width(), area.height(), 4 * std::ptrdiff_t{area.width()}};
-    tbb::enumerable_thread_specific<Scratch> scratch;
-    // Each tile is its own part of the buffer: no tile of scratch, no copy.
-    tbb::parallel_for(tbb::blocked_range<int>(0, cols * rows),
-                      [&](const tbb::blocked_range<int>& r) {
-                          Scratch& local = scratch.local();
-                          for (int t = r.begin(); t != r.end(); ++t) {
-                              const int x = (t % cols) * tileSize;
-                              const int y = (t / cols) * tileSize;
-                              const int w = std::min(tileSize, area.width() - x);
-                              const int h = std::min(tileSize, area.height() - y);
-                              image.node()->render(QRect(area.left() + x, area.top() + y, w, h),
-                                                   whole.sub(x, y, w, h), local);
-                          }
-                      });
+    // Each tile renders into its own part of the buffer: no scratch tile, no copy.
+    forEachTileRect(image, area, [&](const QRect& tile, Scratch& local) {
+        image.node()->render(tile,
+                             whole.sub(tile.left() - area.left(), tile.top() - area.top(),
+                                       tile.width(), tile.height()),
+                             local);
+    });
 }
 
 } // namespace velmora::render

@@ -30,6 +30,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <utility>
 #include <vector>
 
 // jpeglib.h needs size_t and FILE declared first.
@@ -71,78 +72,77 @@ void landscapeRow(int y, int width, int height, std::uint8_t* rgb) {
     }
 }
 
-QString cached(const QString& name) {
+/// The generated source `name` in the temporary folder, written by `write` into a
+/// partial file and renamed only when whole, so an interrupted run leaves nothing to
+/// be taken for it. Empty when it cannot be written.
+template <typename Write>
+QString cached(const QString& name, Write write) {
     const QString folder = QDir::temp().filePath(QStringLiteral("velmora-bench"));
     QDir().mkpath(folder);
-    return folder + QLatin1Char('/') + name;
+    const QString path = folder + QLatin1Char('/') + name;
+    if (QFile::exists(path))
+        return path;
+    const QString partial = path + QStringLiteral(".part");
+    std::FILE* file = std::fopen(QFile::encodeName(partial).constData(), "wb");
+    if (!file)
+        return {};
+    write(file);
+    std::fclose(file);
+    return QFile::rename(partial, path) ? path : QString();
 }
 
 /// A JPEG at quality 85, written a strip at a time; libjpeg's own error handling
 /// (a message and exit) is enough for a benchmark's fixture.
 QString hugeJpeg(int width, int height) {
-    const QString path = cached(QStringLiteral("huge-%1x%2.jpg").arg(width).arg(height));
-    if (QFile::exists(path))
-        return path;
-    const QString partial = path + QStringLiteral(".part");
-    std::FILE* file = std::fopen(QFile::encodeName(partial).constData(), "wb");
-    if (!file)
-        return {};
-    jpeg_compress_struct info{};
-    jpeg_error_mgr errors{};
-    info.err = jpeg_std_error(&errors);
-    jpeg_create_compress(&info);
-    jpeg_stdio_dest(&info, file);
-    info.image_width = static_cast<JDIMENSION>(width);
-    info.image_height = static_cast<JDIMENSION>(height);
-    info.input_components = 3;
-    info.in_color_space = JCS_RGB;
-    jpeg_set_defaults(&info);
-    jpeg_set_quality(&info, 85, TRUE);
-    jpeg_start_compress(&info, TRUE);
-    const size_t rowBytes = static_cast<size_t>(width) * 3;
-    std::vector<std::uint8_t> strip(rowBytes * stripRows);
-    std::vector<JSAMPROW> rows(stripRows);
-    while (info.next_scanline < info.image_height) {
-        const int first = static_cast<int>(info.next_scanline);
-        const int count = std::min(stripRows, height - first);
-        for (int i = 0; i < count; ++i) {
-            rows[static_cast<size_t>(i)] = strip.data() + rowBytes * static_cast<size_t>(i);
-            landscapeRow(first + i, width, height, rows[static_cast<size_t>(i)]);
+    return cached(QStringLiteral("huge-%1x%2.jpg").arg(width).arg(height), [&](std::FILE* file) {
+        jpeg_compress_struct info{};
+        jpeg_error_mgr errors{};
+        info.err = jpeg_std_error(&errors);
+        jpeg_create_compress(&info);
+        jpeg_stdio_dest(&info, file);
+        info.image_width = static_cast<JDIMENSION>(width);
+        info.image_height = static_cast<JDIMENSION>(height);
+        info.input_components = 3;
+        info.in_color_space = JCS_RGB;
+        jpeg_set_defaults(&info);
+        jpeg_set_quality(&info, 85, TRUE);
+        jpeg_start_compress(&info, TRUE);
+        const size_t rowBytes = static_cast<size_t>(width) * 3;
+        std::vector<std::uint8_t> strip(rowBytes * stripRows);
+        std::vector<JSAMPROW> rows(stripRows);
+        while (info.next_scanline < info.image_height) {
+            const int first = static_cast<int>(info.next_scanline);
+            const int count = std::min(stripRows, height - first);
+            for (int i = 0; i < count; ++i) {
+                rows[static_cast<size_t>(i)] = strip.data() + rowBytes * static_cast<size_t>(i);
+                landscapeRow(first + i, width, height, rows[static_cast<size_t>(i)]);
+            }
+            jpeg_write_scanlines(&info, rows.data(), static_cast<JDIMENSION>(count));
         }
-        jpeg_write_scanlines(&info, rows.data(), static_cast<JDIMENSION>(count));
-    }
-    jpeg_finish_compress(&info);
-    jpeg_destroy_compress(&info);
-    std::fclose(file);
-    return QFile::rename(partial, path) ? path : QString();
+        jpeg_finish_compress(&info);
+        jpeg_destroy_compress(&info);
+    });
 }
 
 /// An 8-bit RGB PNG, written a row at a time at zlib's fastest level.
 QString hugePng(int width, int height) {
-    const QString path = cached(QStringLiteral("huge-%1x%2.png").arg(width).arg(height));
-    if (QFile::exists(path))
-        return path;
-    const QString partial = path + QStringLiteral(".part");
-    std::FILE* file = std::fopen(QFile::encodeName(partial).constData(), "wb");
-    if (!file)
-        return {};
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
-    png_infop info = png_create_info_struct(png);
-    png_init_io(png, file);
-    png_set_compression_level(png, 1);
-    png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height), 8,
-                 PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
-                 PNG_FILTER_TYPE_DEFAULT);
-    png_write_info(png, info);
-    std::vector<std::uint8_t> row(static_cast<size_t>(width) * 3);
-    for (int y = 0; y < height; ++y) {
-        landscapeRow(y, width, height, row.data());
-        png_write_row(png, row.data());
-    }
-    png_write_end(png, info);
-    png_destroy_write_struct(&png, &info);
-    std::fclose(file);
-    return QFile::rename(partial, path) ? path : QString();
+    return cached(QStringLiteral("huge-%1x%2.png").arg(width).arg(height), [&](std::FILE* file) {
+        png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
+        png_infop info = png_create_info_struct(png);
+        png_init_io(png, file);
+        png_set_compression_level(png, 1);
+        png_set_IHDR(png, info, static_cast<png_uint_32>(width), static_cast<png_uint_32>(height),
+                     8, PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
+                     PNG_FILTER_TYPE_DEFAULT);
+        png_write_info(png, info);
+        std::vector<std::uint8_t> row(static_cast<size_t>(width) * 3);
+        for (int y = 0; y < height; ++y) {
+            landscapeRow(y, width, height, row.data());
+            png_write_row(png, row.data());
+        }
+        png_write_end(png, info);
+        png_destroy_write_struct(&png, &info);
+    });
 }
 
 /// The command line's render: open, place the planet at 8192, write it strip by strip.
@@ -223,7 +223,13 @@ static void decodeLargePng(benchmark::State& state) {
         if (strips) {
             QFile file(path);
             file.open(QIODevice::ReadOnly);
-            decoded = decodePngStrips(file, file.size(), render::maxPicturePixels, path)->image;
+            Result<StripPicture> read =
+                decodePngStrips(file, file.size(), render::maxPicturePixels, path);
+            if (!read) {
+                state.SkipWithError(read.message().toStdString().c_str());
+                return;
+            }
+            decoded = std::move(read->image);
         } else {
             raiseImageAllocationLimit();
             decoded = QImage(path);

@@ -124,6 +124,17 @@ QString reducedWarning(const QString& what, QSize stored, int scale, QSize opene
         .arg(opened.height());
 }
 
+/// The end of every reducing decoder's path: the warning when it was reduced, then
+/// into sRGB and upright.
+render::Image finishedPicture(QImage image, const QByteArray& icc, QSize stored, int scale,
+                              QImageIOHandler::Transformations turn, const QString& what,
+                              qint64 maxPixels, QStringList* warnings) {
+    if (warnings && scale > 1)
+        warnings->append(reducedWarning(what, stored, scale, image.size(), maxPixels));
+    toWorkingSpace(image, icc, what, warnings);
+    return render::Image::fromQImage(upright(std::move(image), turn));
+}
+
 // JPEG goes to libjpeg-turbo directly: it says when data is damaged or cut short
 // (Qt's reader fills the gap with grey and calls it success) and it decodes a huge
 // picture at a reduced scale instead of refusing it. `reader` is only asked for the
@@ -138,20 +149,14 @@ Result<std::optional<render::Image>> decodeJpegPicture(std::FILE* file, const QB
     if (!decoded->has_value())
         return std::optional<render::Image>{};
     JpegPicture& picture = **decoded;
-    if (warnings) {
-        if (!picture.damage.isEmpty())
-            warnings->append(
-                QCoreApplication::translate("ImageDecoding",
-                                            "%1: the picture's data is damaged, parts of it may "
-                                            "show faults (%2)")
-                    .arg(what, picture.damage.join(QStringLiteral("; "))));
-        if (picture.scale > 1)
-            warnings->append(reducedWarning(what, picture.storedSize, picture.scale,
-                                            picture.image.size(), maxPixels));
-    }
-    toWorkingSpace(picture.image, picture.icc, what, warnings);
+    if (warnings && !picture.damage.isEmpty())
+        warnings->append(QCoreApplication::translate(
+                             "ImageDecoding", "%1: the picture's data is damaged, parts of it may "
+                                              "show faults (%2)")
+                             .arg(what, picture.damage.join(QStringLiteral("; "))));
     return std::optional<render::Image>(
-        render::Image::fromQImage(upright(std::move(picture.image), reader.transformation())));
+        finishedPicture(std::move(picture.image), picture.icc, picture.storedSize, picture.scale,
+                        reader.transformation(), what, maxPixels, warnings));
 }
 
 enum class StripFormat { png, tiff };
@@ -179,11 +184,8 @@ Result<render::Image> decodeStripPicture(StripFormat format, QIODevice& device, 
     if (!decoded)
         return decoded.failure();
     StripPicture& picture = *decoded;
-    if (warnings && picture.scale > 1)
-        warnings->append(reducedWarning(what, picture.storedSize, picture.scale,
-                                        picture.image.size(), maxPixels));
-    toWorkingSpace(picture.image, picture.icc, what, warnings);
-    return render::Image::fromQImage(upright(std::move(picture.image), turn));
+    return finishedPicture(std::move(picture.image), picture.icc, picture.storedSize, picture.scale,
+                           turn, what, maxPixels, warnings);
 }
 
 } // namespace

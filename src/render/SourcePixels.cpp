@@ -66,12 +66,14 @@ std::vector<Taps> boxTaps(int from, int to) {
 
 /// Writes a linear premultiplied colour as texel x of a VM_FORMAT_LINEAR16 row.
 void storeLinear(sampling::Rgba colour, uchar* line, int x) {
-    alignas(16) float c[4];
-    _mm_store_ps(c, colour.v);
-    uint16_t p[4];
-    for (int i = 0; i < 4; ++i)
-        p[i] = static_cast<uint16_t>(sampling::clampf(c[i], 0.f, 1.f) * 65535.f + 0.5f);
-    std::memcpy(line + 8 * static_cast<size_t>(x), p, sizeof p);
+    // Clamped to [0, 1] (max() first turns NaN into 0) and rounded; SSE2 packs only
+    // signed words, so the values are packed 32768 lower and moved back.
+    const __m128 unit = _mm_min_ps(_mm_max_ps(colour.v, _mm_setzero_ps()), _mm_set1_ps(1.f));
+    const __m128i words =
+        _mm_cvttps_epi32(_mm_add_ps(_mm_mul_ps(unit, _mm_set1_ps(65535.f)), _mm_set1_ps(0.5f)));
+    const __m128i low = _mm_sub_epi32(words, _mm_set1_epi32(32768));
+    const __m128i packed = _mm_xor_si128(_mm_packs_epi32(low, low), _mm_set1_epi16(-32768));
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(line + 8 * static_cast<size_t>(x)), packed);
 }
 
 /// Level 0's texels, in its own format, as linear premultiplied colour.

@@ -228,11 +228,15 @@ VM_INLINE LevelBlend levelBlend(const VmSampler& s, float lod, float band) {
     return {l0, (t - band) * (1.f / (1.f - 2.f * band))};
 }
 
+/// The kernel's single-level band: wider than sampleLod's.
+constexpr float panoramaBand = 0.3f;
+
 /// Trilinear sample of a panorama at (u, v), u in [0, 1), `lod` as for sampleLod, on
-/// the kernel's fast bilinear and with a wider single-level band (0.3).
+/// the kernel's fast bilinear and with the wider single-level band. Below
+/// panoramaBand it reads level 0 alone.
 template <int Format, bool Opaque>
 VM_INLINE Rgba samplePanorama(const VmSampler& s, float u, float v, float lod) {
-    const LevelBlend pick = levelBlend(s, lod, 0.3f);
+    const LevelBlend pick = levelBlend(s, lod, panoramaBand);
     const Rgba first = bilinearPanorama<Format, Opaque>(s, pick.level, u, v);
     if (pick.next == 0.f)
         return first;

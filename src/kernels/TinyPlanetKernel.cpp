@@ -50,6 +50,7 @@
 
 #include "kernels/FastMath.h"
 #include "kernels/KernelAbi.h"
+#include "kernels/MagnifiedSpan.h"
 #include "kernels/Sampling.h"
 
 #include <algorithm>
@@ -85,10 +86,11 @@ struct Setup {
     bool partial = false;  // the picture leaves part of the sphere to be filled
     float coverLeft = 0.f; // the picture's columns round the circle
     float invCoverWidth = 1.f;
-    float circle = 1.f;    // the whole circle in picture widths
-    bool sides = false;    // the picture leaves part of the circle open
-    float sideBlur = 0.f;  // lod of the blurred side edges the open part is made of
-    float sideInset = 0.f; // u of the middle of an edge's first texel at that lod
+    float circle = 1.f;     // the whole circle in picture widths
+    bool sides = false;     // the picture leaves part of the circle open
+    bool magnified = false; // level-0 pixels are sampled eight at a time
+    float sideBlur = 0.f;   // lod of the blurred side edges the open part is made of
+    float sideInset = 0.f;  // u of the middle of an edge's first texel at that lod
     float pose[9] = {1.f, 0.f, 0.f, 0.f, 1.f, 0.f, 0.f, 0.f, 1.f};
 };
 
@@ -511,9 +513,30 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
         footprints(pu, pv, cu, cv, nu, nv, w, k.width, k.height, k.circle, foot);
 
         float* out = d.pixels + static_cast<int64_t>(y0 - d.y + j) * d.stride + 4 * (x0 - d.x);
+        // Pixels whose footprint reads level 0 alone with one bilinear sample, sampled
+        // here eight at a time; the loop below takes their colour from `out`.
+        alignas(32) int simple[block + 8] = {};
+        if constexpr (Opaque && Format != VM_FORMAT_RGBA16) {
+            if (k.magnified) {
+                for (int i = 0; i < w; ++i)
+                    simple[i] = !foot.anisotropic[i] && foot.lod[i] < panoramaBand ? -1 : 0;
+                magnifiedSpan(src, Format == VM_FORMAT_BGRA8, cu + 1, cv + 1, simple, w, out);
+            }
+        }
         for (int i = 0; i < w; ++i) {
             const float pixelU = cu[i + 1];
             const float pixelV = cv[i + 1];
+            if (simple[i] && !k.partial) {
+                // Sampled above; only the seam's band has more to do.
+                const float ds = seamDistance(pixelU);
+                const float reach = std::fabs(ds);
+                if (reach < k.seamHalf) {
+                    const Rgba c = blendSeam<Format, Opaque>(
+                        src, k, Rgba{_mm_loadu_ps(out + 4 * i)}, ds, reach, pixelV, foot.lod[i]);
+                    _mm_storeu_ps(out + 4 * i, c.v);
+                }
+                continue;
+            }
             Rgba c;
             // Across the part of the circle the picture leaves open, from its right
             // edge (0) to its left (1).
@@ -535,7 +558,8 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
             } else if (open) {
                 c = sideFill<Format, Opaque>(src, k, across, pixelV);
             } else {
-                c = sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot, i);
+                c = simple[i] ? Rgba{_mm_loadu_ps(out + 4 * i)}
+                              : sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot, i);
                 if (k.seamHalf > 0.f) {
                     const float ds = seamDistance(pixelU);
                     const float reach = std::fabs(ds);
@@ -679,6 +703,10 @@ __attribute__((visibility("default"))) void tinyPlanet(const VmSampler* source,
     // Sampled at the middle of the edge's first texel at that level, so the blur does
     // not wrap round to the other edge.
     k.sideInset = 0.5f * std::exp2(k.sideBlur) / k.width;
+
+    // The open part of the circle lies beyond level 0's columns: sampled one by one.
+    k.magnified = !k.sides && source->opaque && magnifiedSpanAvailable() &&
+                  magnifiedSpanFits(source->levels[0]);
 
     switch (source->format) {
     case VM_FORMAT_RGBA8:

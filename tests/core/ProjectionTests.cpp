@@ -1,4 +1,5 @@
 #include "filter/TinyPlanetFilter.h"
+#include "kernels/MagnifiedSpan.h"
 #include "kernels/Sampling.h"
 #include "model/PlanetModel.h"
 #include "render/RenderContext.h"
@@ -512,4 +513,53 @@ TEST(Pyramid, LevelsAreLinearAveragesThatWrap) {
     EXPECT_NEAR(c[0], 0.5f * (0.5f + 32896.f / 65535.f), 1e-4f);
     EXPECT_NEAR(c[1], 0.25f, 1e-4f);
     EXPECT_NEAR(c[3], 0.5f * (1.f + 32896.f / 65535.f), 1e-4f);
+}
+
+// Eight magnified pixels at a time give what the one-at-a-time sampler gives, in
+// either byte order, across the wrap and beyond the top and bottom rows; they write
+// nothing past the span, however its length falls against the eight.
+TEST(MagnifiedSpan, MatchesTheScalarBilinearAndStaysInsideTheSpan) {
+    if (!sampling::magnifiedSpanAvailable())
+        GTEST_SKIP() << "no AVX2 on this processor";
+    QRandomGenerator random(7);
+    QImage picture(37, 19, QImage::Format_RGBX8888);
+    for (int y = 0; y < picture.height(); ++y) {
+        auto* row = reinterpret_cast<quint32*>(picture.scanLine(y));
+        for (int x = 0; x < picture.width(); ++x)
+            row[x] = random.generate() | 0xff000000u;
+    }
+    for (const QImage& source : {picture, picture.convertToFormat(QImage::Format_RGB32)}) {
+        const auto pixels = render::SourcePixels::create(source);
+        const VmSampler& s = pixels->sampler();
+        ASSERT_TRUE(s.opaque);
+        ASSERT_TRUE(sampling::magnifiedSpanFits(s.levels[0]));
+        const bool bgra = s.format == VM_FORMAT_BGRA8;
+        constexpr int n = 29;
+        alignas(32) float us[32];
+        alignas(32) float vs[32];
+        alignas(32) int simple[32] = {};
+        for (int i = 0; i < n; ++i) {
+            // The first and last columns' halves, then anywhere; v past both ends too.
+            us[i] = i < 4 ? (i % 2 ? 0.999f : 0.001f) : static_cast<float>(random.generateDouble());
+            vs[i] = static_cast<float>(random.generateDouble() * 1.4 - 0.2);
+            simple[i] = i % 5 == 3 ? 0 : -1;
+        }
+        us[n] = us[n + 1] = us[n + 2] = std::numeric_limits<float>::quiet_NaN();
+        vs[n] = vs[n + 1] = vs[n + 2] = 1e30f;
+        std::vector<float> out(4 * (n + 8), -7.f);
+        sampling::magnifiedSpan(s, bgra, us, vs, simple, n, out.data());
+        for (int i = 0; i < n; ++i) {
+            if (!simple[i])
+                continue;
+            alignas(16) float expected[4];
+            const sampling::Rgba c =
+                bgra ? sampling::bilinearPanorama<VM_FORMAT_BGRA8, true>(s, 0, us[i], vs[i])
+                     : sampling::bilinearPanorama<VM_FORMAT_RGBA8, true>(s, 0, us[i], vs[i]);
+            _mm_store_ps(expected, c.v);
+            for (int ch = 0; ch < 4; ++ch)
+                EXPECT_NEAR(out[4 * i + ch], expected[ch], 1e-5f) << i << ", channel " << ch;
+        }
+        for (size_t i = 4 * n; i < out.size(); ++i)
+            ASSERT_EQ(out[i], -7.f) << "written past the span at " << i;
+    }
 }

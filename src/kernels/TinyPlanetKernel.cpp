@@ -50,8 +50,8 @@
 
 #include "kernels/FastMath.h"
 #include "kernels/KernelAbi.h"
-#include "kernels/MagnifiedSpan.h"
 #include "kernels/Sampling.h"
+#include "kernels/WideSampling.h"
 
 #include <algorithm>
 #include <cmath>
@@ -88,6 +88,7 @@ struct Setup {
     float invCoverWidth = 1.f;
     float circle = 1.f;     // the whole circle in picture widths
     bool sides = false;     // the picture leaves part of the circle open
+    bool wide = false;      // the processor has AVX2 and FMA
     bool magnified = false; // level-0 pixels are sampled eight at a time
     float sideBlur = 0.f;   // lod of the blurred side edges the open part is made of
     float sideInset = 0.f;  // u of the middle of an edge's first texel at that lod
@@ -327,7 +328,7 @@ VM_INLINE void footprints(const float* __restrict pu, const float* __restrict pv
 
 template <int Format, bool Opaque>
 VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const RowFootprints& f,
-                               int i) {
+                               int i, bool wide) {
     if (!f.anisotropic[i])
         return samplePanorama<Format, Opaque>(src, u, v, f.lod[i]);
     const int last = src.levelCount - 1;
@@ -390,6 +391,13 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
         const float fw = static_cast<float>(w);
         const float spacing = step * du * fw;
         const float first = (u - 0.5f * du) * fw + 0.5f * spacing - 0.5f;
+        if (level > 0 && wide) {
+            __m128 sumTop;
+            __m128 sumBottom;
+            linearTapRows(r0, r1, w, first, spacing, taps, step, boxWeight, tentScale, sumTop,
+                          sumBottom);
+            return lerp(Rgba{sumTop}, Rgba{sumBottom}, ty) * linearUnit;
+        }
         if (level > 0) {
             // A linear level: each row's pair is one load, and the unit is applied once.
             for (int t = 0; t < taps; ++t) {
@@ -558,8 +566,9 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
             } else if (open) {
                 c = sideFill<Format, Opaque>(src, k, across, pixelV);
             } else {
-                c = simple[i] ? Rgba{_mm_loadu_ps(out + 4 * i)}
-                              : sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot, i);
+                c = simple[i]
+                        ? Rgba{_mm_loadu_ps(out + 4 * i)}
+                        : sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot, i, k.wide);
                 if (k.seamHalf > 0.f) {
                     const float ds = seamDistance(pixelU);
                     const float reach = std::fabs(ds);
@@ -705,8 +714,8 @@ __attribute__((visibility("default"))) void tinyPlanet(const VmSampler* source,
     k.sideInset = 0.5f * std::exp2(k.sideBlur) / k.width;
 
     // The open part of the circle lies beyond level 0's columns: sampled one by one.
-    k.magnified = !k.sides && source->opaque && magnifiedSpanAvailable() &&
-                  magnifiedSpanFits(source->levels[0]);
+    k.wide = wideSamplingAvailable();
+    k.magnified = !k.sides && source->opaque && k.wide && magnifiedSpanFits(source->levels[0]);
 
     switch (source->format) {
     case VM_FORMAT_RGBA8:

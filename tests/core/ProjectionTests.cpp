@@ -1,6 +1,6 @@
 #include "filter/TinyPlanetFilter.h"
-#include "kernels/MagnifiedSpan.h"
 #include "kernels/Sampling.h"
+#include "kernels/WideSampling.h"
 #include "model/PlanetModel.h"
 #include "render/RenderContext.h"
 #include "render/SourcePixels.h"
@@ -519,7 +519,7 @@ TEST(Pyramid, LevelsAreLinearAveragesThatWrap) {
 // either byte order, across the wrap and beyond the top and bottom rows; they write
 // nothing past the span, however its length falls against the eight.
 TEST(MagnifiedSpan, MatchesTheScalarBilinearAndStaysInsideTheSpan) {
-    if (!sampling::magnifiedSpanAvailable())
+    if (!sampling::wideSamplingAvailable())
         GTEST_SKIP() << "no AVX2 on this processor";
     QRandomGenerator random(7);
     QImage picture(37, 19, QImage::Format_RGBX8888);
@@ -561,5 +561,68 @@ TEST(MagnifiedSpan, MatchesTheScalarBilinearAndStaysInsideTheSpan) {
         }
         for (size_t i = 4 * n; i < out.size(); ++i)
             ASSERT_EQ(out[i], -7.f) << "written past the span at " << i;
+    }
+}
+
+// The wide tap loop sums what the scalar one does, tap by tap blended pairs under box
+// and tent weights, with taps that run off either end of the row wrapping round.
+TEST(WideSampling, TapRowsSumTheBlendedPairsAcrossTheWrap) {
+    if (!sampling::wideSamplingAvailable())
+        GTEST_SKIP() << "no AVX2 on this processor";
+    QRandomGenerator random(11);
+    QImage picture(64, 8, QImage::Format_RGBA8888);
+    for (int y = 0; y < picture.height(); ++y) {
+        auto* row = reinterpret_cast<quint32*>(picture.scanLine(y));
+        for (int x = 0; x < picture.width(); ++x)
+            row[x] = random.generate();
+    }
+    const auto pixels = render::SourcePixels::create(picture);
+    pixels->ensurePyramid();
+    const VmLevel& level = pixels->sampler().levels[1];
+    const int w = level.width;
+    const unsigned char* r0 = sampling::rowOf(level, 1);
+    const unsigned char* r1 = sampling::rowOf(level, 2);
+    struct Case {
+        float first, spacing;
+        int taps;
+        float tent;
+    };
+    for (const Case c : {Case{3.3f, 0.8f, 7, 0.f}, Case{-2.6f, 0.95f, 12, 1.f},
+                         Case{w - 4.2f, 1.f, 9, 0.4f}, Case{10.5f, 0.5f, 32, 0.7f}}) {
+        const float step = 1.f / static_cast<float>(c.taps);
+        const float tentSum = 0.5f * static_cast<float>(c.taps) + (c.taps % 2 ? 0.5f * step : 0.f);
+        const float boxWeight = (1.f - c.tent) * step;
+        const float tentScale = c.tent / tentSum;
+        __m128 expectedTop = _mm_setzero_ps();
+        __m128 expectedBottom = _mm_setzero_ps();
+        float weights = 0.f;
+        for (int t = 0; t < c.taps; ++t) {
+            const float x = c.first + static_cast<float>(t) * c.spacing;
+            int x0 = static_cast<int>(std::floor(x));
+            const __m128 tx = _mm_set1_ps(x - static_cast<float>(x0));
+            x0 = (x0 % w + w) % w;
+            const float wt =
+                boxWeight +
+                tentScale * (1.f - std::fabs(static_cast<float>(2 * t + 1) * step - 1.f));
+            weights += wt;
+            const __m128 scale = _mm_set1_ps(wt);
+            expectedTop =
+                _mm_add_ps(expectedTop, _mm_mul_ps(sampling::linearPairInRow(r0, x0, tx), scale));
+            expectedBottom = _mm_add_ps(expectedBottom,
+                                        _mm_mul_ps(sampling::linearPairInRow(r1, x0, tx), scale));
+        }
+        ASSERT_NEAR(weights, 1.f, 1e-5f);
+        __m128 top;
+        __m128 bottom;
+        sampling::linearTapRows(r0, r1, w, c.first, c.spacing, c.taps, step, boxWeight, tentScale,
+                                top, bottom);
+        alignas(16) float got[8];
+        alignas(16) float want[8];
+        _mm_store_ps(got, top);
+        _mm_store_ps(got + 4, bottom);
+        _mm_store_ps(want, expectedTop);
+        _mm_store_ps(want + 4, expectedBottom);
+        for (int i = 0; i < 8; ++i) // in words of 1 / 65535
+            EXPECT_NEAR(got[i], want[i], 0.05f) << "first " << c.first << ", value " << i;
     }
 }

@@ -1,13 +1,18 @@
 #pragma once
 
-// Bilinear sampling of an opaque 8-bit level 0 for eight pixels at once (AVX2 and
-// FMA): the case of nearly every pixel of a large export, where the planet magnifies
-// the picture. The texels and their decoded channels are gathered, so one pass serves
-// eight pixels where the scalar sampler takes sixteen dependent loads for each.
+// The kernel's hottest sampling loops for processors with AVX2 and FMA, chosen at run
+// time (wideSamplingAvailable()); the scalar sampler is the reference for both.
 //
-// A pixel takes this path or the scalar one by its own footprint alone, never by its
+// magnifiedSpan() samples an opaque 8-bit level 0 bilinearly for eight pixels at
+// once: the case of nearly every pixel of a large export, where the planet magnifies
+// the picture. The texels and their decoded channels are gathered, so one pass serves
+// eight pixels where the scalar sampler takes sixteen dependent loads for each. A
+// pixel takes this path or the scalar one by its own footprint alone, never by its
 // neighbours or by where a tile starts, so a picture rendered in strips is the same
 // picture rendered whole.
+//
+// linearTapRows() sums the taps of a footprint stretched round the planet, two
+// texels to a register.
 
 #include "kernels/KernelAbi.h"
 
@@ -17,8 +22,8 @@
 
 namespace velmora::sampling {
 
-/// Whether this processor runs magnifiedSpan(); asked once per render.
-inline bool magnifiedSpanAvailable() {
+/// Whether this processor runs the functions below; asked once per render.
+inline bool wideSamplingAvailable() {
     return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
 }
 
@@ -30,7 +35,7 @@ inline bool magnifiedSpanFits(const VmLevel& level) {
 
 #define VM_AVX2 __attribute__((target("avx2,fma"), always_inline)) inline
 
-namespace magnified {
+namespace wide {
 
 /// Texels at (row + column), for the lanes of `wanted` only (others read as 0).
 VM_AVX2 __m256i gather(const int* base, __m256i row, __m256i column, __m256i wanted) {
@@ -57,7 +62,14 @@ VM_AVX2 __m256 blended(const float* table, int shift, __m256i t00, __m256i t01, 
     return _mm256_add_ps(top, _mm256_mul_ps(_mm256_sub_ps(bottom, top), ty));
 }
 
-} // namespace magnified
+/// Texels x and x + 1 of a VM_FORMAT_LINEAR16 row as eight floats, unscaled.
+VM_AVX2 __m256 linearPair(const unsigned char* row, int x) {
+    const __m128i words =
+        _mm_loadu_si128(reinterpret_cast<const __m128i*>(row + 8 * static_cast<int64_t>(x)));
+    return _mm256_cvtepi32_ps(_mm256_cvtepu16_epi32(words));
+}
+
+} // namespace wide
 
 /// Samples level 0 of an opaque RGBA8 or BGRA8 source (`bgra`) bilinearly at
 /// (us[i], vs[i]), u in [0, 1), for every i < n with simple[i] set, writing linear
@@ -107,13 +119,13 @@ __attribute__((target("avx2,fma"))) inline void magnifiedSpan(const VmSampler& s
         x0 = _mm256_blendv_epi8(x0, lastColumn, _mm256_cmpgt_epi32(izero, x0));
         x1 = _mm256_andnot_si256(_mm256_cmpeq_epi32(x1, width), x1);
         // Unmarked lanes may hold anything: they read nothing, and decode texel 0.
-        const __m256i t00 = magnified::gather(base, r0, x0, wanted);
-        const __m256i t01 = magnified::gather(base, r0, x1, wanted);
-        const __m256i t10 = magnified::gather(base, r1, x0, wanted);
-        const __m256i t11 = magnified::gather(base, r1, x1, wanted);
-        const __m256 r = magnified::blended(s.decode8, redShift, t00, t01, t10, t11, tx, ty);
-        const __m256 g = magnified::blended(s.decode8, 8, t00, t01, t10, t11, tx, ty);
-        const __m256 b = magnified::blended(s.decode8, blueShift, t00, t01, t10, t11, tx, ty);
+        const __m256i t00 = wide::gather(base, r0, x0, wanted);
+        const __m256i t01 = wide::gather(base, r0, x1, wanted);
+        const __m256i t10 = wide::gather(base, r1, x0, wanted);
+        const __m256i t11 = wide::gather(base, r1, x1, wanted);
+        const __m256 r = wide::blended(s.decode8, redShift, t00, t01, t10, t11, tx, ty);
+        const __m256 g = wide::blended(s.decode8, 8, t00, t01, t10, t11, tx, ty);
+        const __m256 b = wide::blended(s.decode8, blueShift, t00, t01, t10, t11, tx, ty);
 
         // Eight RGBA quads from the four channel vectors.
         const __m256 rgLow = _mm256_unpacklo_ps(r, g);  // pixels 0, 1 | 4, 5
@@ -134,6 +146,33 @@ __attribute__((target("avx2,fma"))) inline void magnifiedSpan(const VmSampler& s
         for (int j = 0; j < count; ++j)
             _mm_storeu_ps(out + 4 * (i + j), quads[j]);
     }
+}
+
+/// Weighted sums of `taps` bilinear taps along rows r0 and r1 of a VM_FORMAT_LINEAR16
+/// level, tap t at x = first + t spacing (in texels, within a width of the row)
+/// weighing boxWeight + tentScale (1 - |(2t + 1) step - 1|): sampleFootprint()'s
+/// loop for footprints stretched round the planet. Unscaled words, as
+/// linearPairInRow(). Each tap's pair is one load, widened and weighed whole.
+__attribute__((target("avx2,fma"))) inline void
+linearTapRows(const unsigned char* r0, const unsigned char* r1, int w, float first, float spacing,
+              int taps, float step, float boxWeight, float tentScale, __m128& top, __m128& bottom) {
+    __m256 sumTop = _mm256_setzero_ps();
+    __m256 sumBottom = _mm256_setzero_ps();
+    for (int t = 0; t < taps; ++t) {
+        const float x = first + static_cast<float>(t) * spacing;
+        int x0 = static_cast<int>(x);
+        x0 = x < static_cast<float>(x0) ? x0 - 1 : x0;
+        const float fx = x - static_cast<float>(x0);
+        x0 = x0 < 0 ? x0 + w : (x0 >= w ? x0 - w : x0);
+        const float along = static_cast<float>(2 * t + 1) * step - 1.f;
+        const float wt = boxWeight + tentScale * (1.f - (along < 0.f ? -along : along));
+        // Texel x0 in the low half, x0 + 1 in the high: their bilinear weights.
+        const __m256 weights = _mm256_set_m128(_mm_set1_ps(wt * fx), _mm_set1_ps(wt * (1.f - fx)));
+        sumTop = _mm256_fmadd_ps(wide::linearPair(r0, x0), weights, sumTop);
+        sumBottom = _mm256_fmadd_ps(wide::linearPair(r1, x0), weights, sumBottom);
+    }
+    top = _mm_add_ps(_mm256_castps256_ps128(sumTop), _mm256_extractf128_ps(sumTop, 1));
+    bottom = _mm_add_ps(_mm256_castps256_ps128(sumBottom), _mm256_extractf128_ps(sumBottom, 1));
 }
 
 #undef VM_AVX2

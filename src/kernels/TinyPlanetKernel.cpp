@@ -489,6 +489,48 @@ VM_INLINE Rgba sideFill(const VmSampler& src, const Setup& k, float g, float v) 
 /// fill.
 constexpr float sideFeather = 0.04f;
 
+/// Decodes into `cache` the patch of level 0 that the block's magnified pixels read,
+/// found from every sixteenth of its rows (and its last) with a margin for what lies
+/// between; pixels that read outside it still gather their texels. Left empty where
+/// the patch would wrap round the seam or outgrow the cache (a block that does not
+/// magnify).
+VM_INLINE void cacheMagnifiedTexels(const VmSampler& src, const Setup& k, int x0, int y0, int w,
+                                    int h, bool bgra, TexelCache& cache) {
+    constexpr int rowStep = 16;
+    constexpr float margin = 3.f;
+    alignas(32) float us[block + 8];
+    alignas(32) float vs[block + 8];
+    float uMin = 1.f, uMax = 0.f, vMin = 1.f, vMax = 0.f;
+    for (int j = 0;; j = std::min(j + rowStep, h - 1)) {
+        mapRow(k, x0, y0 + j, w, us, vs);
+        for (int i = 0; i < w; ++i) {
+            uMin = std::min(uMin, us[i]);
+            uMax = std::max(uMax, us[i]);
+            vMin = std::min(vMin, clampf(vs[i], 0.f, 1.f));
+            vMax = std::max(vMax, clampf(vs[i], 0.f, 1.f));
+        }
+        if (j == h - 1)
+            break;
+    }
+    if (uMax - uMin > 0.5f)
+        return; // across the seam
+    const VmLevel& level = src.levels[0];
+    const float fw = static_cast<float>(level.width);
+    const float fh = static_cast<float>(level.height);
+    const int left = std::max(floorToInt(uMin * fw - 0.5f - margin), 0);
+    const int right = std::min(floorToInt(uMax * fw - 0.5f + margin) + 2, level.width);
+    const int top = std::max(floorToInt(vMin * fh - 0.5f - margin), 0);
+    const int bottom = std::min(floorToInt(vMax * fh - 0.5f + margin) + 2, level.height);
+    if (right <= left || bottom <= top ||
+        static_cast<int64_t>(right - left) * (bottom - top) > TexelCache::capacity)
+        return;
+    cache.x = left;
+    cache.y = top;
+    cache.width = right - left;
+    cache.height = bottom - top;
+    fillTexelCache(src, bgra, cache);
+}
+
 // The hot loop is compiled twice, for x86-64-v3 (AVX2, FMA) and for any x86-64; the
 // dynamic loader picks one by the processor's features when the module is loaded.
 // (Not "arch=haswell": that clone is chosen by processor model, so AMD never gets it.)
@@ -506,6 +548,12 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
     alignas(32) float u[3][block + 8];
     alignas(32) float v[3][block + 8];
     RowFootprints foot;
+
+    TexelCache cache;
+    if constexpr (Opaque && Format != VM_FORMAT_RGBA16) {
+        if (k.magnified)
+            cacheMagnifiedTexels(src, k, x0, y0, w, h, Format == VM_FORMAT_BGRA8, cache);
+    }
 
     mapRow(k, x0 - 1, y0 - 1, w + 2, u[0], v[0]);
     mapRow(k, x0 - 1, y0, w + 2, u[1], v[1]);
@@ -528,7 +576,8 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
             if (k.magnified) {
                 for (int i = 0; i < w; ++i)
                     simple[i] = !foot.anisotropic[i] && foot.lod[i] < panoramaBand ? -1 : 0;
-                magnifiedSpan(src, Format == VM_FORMAT_BGRA8, cu + 1, cv + 1, simple, w, out);
+                magnifiedSpan(src, Format == VM_FORMAT_BGRA8, cu + 1, cv + 1, simple, w, cache,
+                              out);
             }
         }
         for (int i = 0; i < w; ++i) {

@@ -57,9 +57,23 @@ VM_AVX2 __m256 blended(const float* table, int shift, __m256i t00, __m256i t01, 
     const __m256 b = decoded(table, t01, shift);
     const __m256 c = decoded(table, t10, shift);
     const __m256 d = decoded(table, t11, shift);
-    const __m256 top = _mm256_add_ps(a, _mm256_mul_ps(_mm256_sub_ps(b, a), tx));
-    const __m256 bottom = _mm256_add_ps(c, _mm256_mul_ps(_mm256_sub_ps(d, c), tx));
-    return _mm256_add_ps(top, _mm256_mul_ps(_mm256_sub_ps(bottom, top), ty));
+    // Fused, as in cachedBilinear(): a pixel comes out the same from either.
+    const __m256 top = _mm256_fmadd_ps(_mm256_sub_ps(b, a), tx, a);
+    const __m256 bottom = _mm256_fmadd_ps(_mm256_sub_ps(d, c), tx, c);
+    return _mm256_fmadd_ps(_mm256_sub_ps(bottom, top), ty, top);
+}
+
+/// blended() for all channels of one pixel whose four texels are decoded in a cache:
+/// t00 at `at`, t01 beside it, t10 and t11 `rowFloats` further.
+VM_AVX2 __m128 cachedBilinear(const float* at, int rowFloats, float tx, float ty) {
+    const __m128 a = _mm_load_ps(at);
+    const __m128 b = _mm_load_ps(at + 4);
+    const __m128 c = _mm_load_ps(at + rowFloats);
+    const __m128 d = _mm_load_ps(at + rowFloats + 4);
+    const __m128 x = _mm_set1_ps(tx);
+    const __m128 top = _mm_fmadd_ps(_mm_sub_ps(b, a), x, a);
+    const __m128 bottom = _mm_fmadd_ps(_mm_sub_ps(d, c), x, c);
+    return _mm_fmadd_ps(_mm_sub_ps(bottom, top), _mm_set1_ps(ty), top);
 }
 
 /// Texels x and x + 1 of a VM_FORMAT_LINEAR16 row as eight floats, unscaled.
@@ -71,16 +85,46 @@ VM_AVX2 __m256 linearPair(const unsigned char* row, int x) {
 
 } // namespace wide
 
+/// Level 0's texels in columns [x, x + width) and rows [y, y + height), decoded once
+/// for the many magnified pixels that read them: linear RGBA floats, row by row.
+/// An empty cache (width 0) holds nothing.
+struct TexelCache {
+    static constexpr int capacity = 6400; // texels: an 80 x 80 patch
+    int x = 0;
+    int y = 0;
+    int width = 0;
+    int height = 0;
+    alignas(32) float texels[4 * capacity];
+};
+
+/// Fills `cache` with the texels of level 0 (opaque RGBA8 or BGRA8: `bgra`) in the
+/// patch it names, which must lie inside the level and within its capacity.
+inline void fillTexelCache(const VmSampler& s, bool bgra, TexelCache& cache) {
+    const VmLevel& level = s.levels[0];
+    const int red = bgra ? 2 : 0;
+    float* to = cache.texels;
+    for (int j = 0; j < cache.height; ++j) {
+        const unsigned char* p = rowOf(level, cache.y + j) + 4 * static_cast<int64_t>(cache.x);
+        for (int i = 0; i < cache.width; ++i, p += 4, to += 4) {
+            to[0] = s.decode8[p[red]];
+            to[1] = s.decode8[p[1]];
+            to[2] = s.decode8[p[2 - red]];
+            to[3] = 1.f;
+        }
+    }
+}
+
 /// Samples level 0 of an opaque RGBA8 or BGRA8 source (`bgra`) bilinearly at
 /// (us[i], vs[i]), u in [0, 1), for every i < n with simple[i] set, writing linear
 /// RGBA floats to out + 4 i. Other pixels of the span may be overwritten and are left
 /// for the caller; nothing at or beyond n is written. us and vs must be readable, and
 /// simple[] (0 or -1) filled with 0, up to n rounded up to eight; only the pixels
-/// marked are read from memory.
+/// marked are read from memory. Eight pixels whose texels all lie in `cache` read
+/// them there, the others gather them; either gives the same floats.
 __attribute__((target("avx2,fma"))) inline void magnifiedSpan(const VmSampler& s, bool bgra,
                                                               const float* us, const float* vs,
                                                               const int* simple, int n,
-                                                              float* out) {
+                                                              const TexelCache& cache, float* out) {
     const VmLevel& level = s.levels[0];
     const auto* base = static_cast<const int*>(level.pixels);
     const __m256 fw = _mm256_set1_ps(static_cast<float>(level.width));
@@ -94,6 +138,13 @@ __attribute__((target("avx2,fma"))) inline void magnifiedSpan(const VmSampler& s
     const __m256i lastRow = _mm256_set1_epi32(level.height - 1);
     const __m256i width = _mm256_set1_epi32(level.width);
     const __m256i rowTexels = _mm256_set1_epi32(static_cast<int>(level.stride / 4));
+    // The cache's patch: texel x0 must lie in [first, last) with x0 + 1 beside it,
+    // rows likewise.
+    const __m256i cacheLeft = _mm256_set1_epi32(cache.x);
+    const __m256i cacheRight = _mm256_set1_epi32(cache.x + cache.width);
+    const __m256i cacheTop = _mm256_set1_epi32(cache.y);
+    const __m256i cacheBottom = _mm256_set1_epi32(cache.y + cache.height);
+    const int cacheRow = 4 * cache.width;
     // Red is the low byte of RGBA8 and the third of BGRA8.
     const int redShift = bgra ? 16 : 0;
     const int blueShift = bgra ? 0 : 16;
@@ -111,13 +162,50 @@ __attribute__((target("avx2,fma"))) inline void magnifiedSpan(const VmSampler& s
         const __m256i y0 = _mm256_sub_epi32(_mm256_cvttps_epi32(_mm256_add_ps(y, one)), ione);
         const __m256 tx = _mm256_sub_ps(x, _mm256_cvtepi32_ps(x0));
         const __m256 ty = _mm256_sub_ps(y, _mm256_cvtepi32_ps(y0));
-        const __m256i r0 = _mm256_mullo_epi32(_mm256_max_epi32(y0, izero), rowTexels);
-        const __m256i r1 =
-            _mm256_mullo_epi32(_mm256_min_epi32(_mm256_add_epi32(y0, ione), lastRow), rowTexels);
+        const __m256i row0 = _mm256_max_epi32(y0, izero);
+        const __m256i row1 = _mm256_min_epi32(_mm256_add_epi32(y0, ione), lastRow);
         // Left of the first texel is the last; right of the last, the first.
         __m256i x1 = _mm256_add_epi32(x0, ione);
         x0 = _mm256_blendv_epi8(x0, lastColumn, _mm256_cmpgt_epi32(izero, x0));
         x1 = _mm256_andnot_si256(_mm256_cmpeq_epi32(x1, width), x1);
+        const int count = n - i < 8 ? n - i : 8;
+
+        // In the cache: x0 and row0 at or past its start, x1 and row1 before its end,
+        // x1 beside x0 and row1 on or below row0 (the clamp may make them one).
+        const __m256i inside =
+            _mm256_and_si256(_mm256_and_si256(_mm256_cmpgt_epi32(cacheRight, x1),
+                                              _mm256_cmpgt_epi32(cacheBottom, row1)),
+                             _mm256_cmpeq_epi32(x1, _mm256_add_epi32(x0, ione)));
+        const __m256i outside = _mm256_or_si256(
+            _mm256_or_si256(_mm256_cmpgt_epi32(cacheLeft, x0), _mm256_cmpgt_epi32(cacheTop, row0)),
+            _mm256_xor_si256(inside, _mm256_set1_epi32(-1)));
+        if (_mm256_testz_si256(outside, wanted)) {
+            alignas(32) int at[8];
+            alignas(32) int below[8];
+            alignas(32) float fx[8];
+            alignas(32) float fy[8];
+            const __m256i column = _mm256_sub_epi32(x0, cacheLeft);
+            _mm256_store_si256(
+                reinterpret_cast<__m256i*>(at),
+                _mm256_slli_epi32(
+                    _mm256_add_epi32(_mm256_mullo_epi32(_mm256_sub_epi32(row0, cacheTop),
+                                                        _mm256_set1_epi32(cache.width)),
+                                     column),
+                    2));
+            _mm256_store_si256(
+                reinterpret_cast<__m256i*>(below),
+                _mm256_mullo_epi32(_mm256_sub_epi32(row1, row0), _mm256_set1_epi32(cacheRow)));
+            _mm256_store_ps(fx, tx);
+            _mm256_store_ps(fy, ty);
+            for (int j = 0; j < count; ++j) {
+                if (simple[i + j])
+                    _mm_storeu_ps(out + 4 * (i + j), wide::cachedBilinear(cache.texels + at[j],
+                                                                          below[j], fx[j], fy[j]));
+            }
+            continue;
+        }
+        const __m256i r0 = _mm256_mullo_epi32(row0, rowTexels);
+        const __m256i r1 = _mm256_mullo_epi32(row1, rowTexels);
         // Unmarked lanes may hold anything: they read nothing, and decode texel 0.
         const __m256i t00 = wide::gather(base, r0, x0, wanted);
         const __m256i t01 = wide::gather(base, r0, x1, wanted);
@@ -142,7 +230,6 @@ __attribute__((target("avx2,fma"))) inline void magnifiedSpan(const VmSampler& s
                                  _mm256_castps256_ps128(p26),   _mm256_castps256_ps128(p37),
                                  _mm256_extractf128_ps(p04, 1), _mm256_extractf128_ps(p15, 1),
                                  _mm256_extractf128_ps(p26, 1), _mm256_extractf128_ps(p37, 1)};
-        const int count = n - i < 8 ? n - i : 8;
         for (int j = 0; j < count; ++j)
             _mm_storeu_ps(out + 4 * (i + j), quads[j]);
     }

@@ -14,6 +14,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <memory>
 #include <numbers>
 
 using namespace velmora;
@@ -516,9 +517,11 @@ TEST(Pyramid, LevelsAreLinearAveragesThatWrap) {
 }
 
 // Eight magnified pixels at a time give what the one-at-a-time sampler gives, in
-// either byte order, across the wrap and beyond the top and bottom rows; they write
-// nothing past the span, however its length falls against the eight.
-TEST(MagnifiedSpan, MatchesTheScalarBilinearAndStaysInsideTheSpan) {
+// either byte order, across the wrap and beyond the top and bottom rows, and exactly
+// the same floats whether their texels come from a cache of decoded ones (whole or
+// part, the bottom row's clamp included) or are gathered; they write nothing past the
+// span, however its length falls against the eight.
+TEST(MagnifiedSpan, MatchesTheScalarBilinearWithOrWithoutTheCache) {
     if (!sampling::wideSamplingAvailable())
         GTEST_SKIP() << "no AVX2 on this processor";
     QRandomGenerator random(7);
@@ -546,8 +549,21 @@ TEST(MagnifiedSpan, MatchesTheScalarBilinearAndStaysInsideTheSpan) {
         }
         us[n] = us[n + 1] = us[n + 2] = std::numeric_limits<float>::quiet_NaN();
         vs[n] = vs[n + 1] = vs[n + 2] = 1e30f;
-        std::vector<float> out(4 * (n + 8), -7.f);
-        sampling::magnifiedSpan(s, bgra, us, vs, simple, n, out.data());
+
+        const auto run = [&](int x, int y, int width, int height) {
+            auto cache = std::make_unique<sampling::TexelCache>();
+            cache->x = x;
+            cache->y = y;
+            cache->width = width;
+            cache->height = height;
+            sampling::fillTexelCache(s, bgra, *cache);
+            std::vector<float> out(4 * (n + 8), -7.f);
+            sampling::magnifiedSpan(s, bgra, us, vs, simple, n, *cache, out.data());
+            for (size_t i = 4 * n; i < out.size(); ++i)
+                EXPECT_EQ(out[i], -7.f) << "written past the span at " << i;
+            return out;
+        };
+        const std::vector<float> gathered = run(0, 0, 0, 0);
         for (int i = 0; i < n; ++i) {
             if (!simple[i])
                 continue;
@@ -557,10 +573,18 @@ TEST(MagnifiedSpan, MatchesTheScalarBilinearAndStaysInsideTheSpan) {
                      : sampling::bilinearPanorama<VM_FORMAT_RGBA8, true>(s, 0, us[i], vs[i]);
             _mm_store_ps(expected, c.v);
             for (int ch = 0; ch < 4; ++ch)
-                EXPECT_NEAR(out[4 * i + ch], expected[ch], 1e-5f) << i << ", channel " << ch;
+                EXPECT_NEAR(gathered[4 * i + ch], expected[ch], 1e-5f) << i << ", channel " << ch;
         }
-        for (size_t i = 4 * n; i < out.size(); ++i)
-            ASSERT_EQ(out[i], -7.f) << "written past the span at " << i;
+        const int w = picture.width();
+        const int h = picture.height();
+        for (const QRect patch : {QRect(0, 0, w, h), QRect(5, 0, 20, h), QRect(0, 9, w, 10)}) {
+            const std::vector<float> cached =
+                run(patch.x(), patch.y(), patch.width(), patch.height());
+            for (int i = 0; i < n; ++i)
+                for (int ch = 0; simple[i] && ch < 4; ++ch)
+                    ASSERT_EQ(cached[4 * i + ch], gathered[4 * i + ch])
+                        << "pixel " << i << " with the patch at " << patch.x() << "," << patch.y();
+        }
     }
 }
 

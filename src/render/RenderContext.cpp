@@ -51,7 +51,9 @@ void storeRow(const float* src, uchar* dst, int width, int x0, int y, bool premu
                 std::memset(dst, 0, 4);
                 continue;
             }
-            scaled = _mm_add_ps(_mm_mul_ps(px, _mm_set1_ps(255.f * 255.f / a)), dither[i & 7]);
+            // Opaque pixels, nearly all of them, skip the division (255 either way).
+            const float scale = a >= 255.f ? 255.f : 255.f * 255.f / a;
+            scaled = _mm_add_ps(_mm_mul_ps(px, _mm_set1_ps(scale)), dither[i & 7]);
             scaled = _mm_min_ps(_mm_max_ps(scaled, zero), full);
         }
         // Lane 3 becomes alpha itself (undithered) in both layouts.

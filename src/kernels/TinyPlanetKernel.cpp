@@ -500,6 +500,18 @@ VM_INLINE void cacheMagnifiedTexels(const VmSampler& src, const Setup& k, int x0
     constexpr float margin = 3.f;
     alignas(32) float us[block + 8];
     alignas(32) float vs[block + 8];
+    const VmLevel& level = src.levels[0];
+    const float fw = static_cast<float>(level.width);
+    const float fh = static_cast<float>(level.height);
+    // First the ends of the top row: in a block that magnifies they lie at most about
+    // a texel a pixel apart. Most blocks of a preview end here.
+    mapRow(k, x0, y0, 1, us, vs);
+    mapRow(k, x0 + w - 1, y0, 1, us + 1, vs + 1);
+    const float du = wrapDelta(us[1] - us[0], 1.f) * fw;
+    const float dv = (vs[1] - vs[0]) * fh;
+    const float reach = 1.25f * static_cast<float>(w) + 2.f;
+    if (!(du * du + dv * dv <= reach * reach))
+        return;
     float uMin = 1.f, uMax = 0.f, vMin = 1.f, vMax = 0.f;
     for (int j = 0;; j = std::min(j + rowStep, h - 1)) {
         mapRow(k, x0, y0 + j, w, us, vs);
@@ -509,14 +521,15 @@ VM_INLINE void cacheMagnifiedTexels(const VmSampler& src, const Setup& k, int x0
             vMin = std::min(vMin, clampf(vs[i], 0.f, 1.f));
             vMax = std::max(vMax, clampf(vs[i], 0.f, 1.f));
         }
+        // Stop as soon as the patch cannot fit (across the seam, or a block that
+        // does not magnify, as in the preview): these rows are mapped again below.
+        const float span = 2.f * margin + 2.f;
+        if (uMax - uMin > 0.5f ||
+            ((uMax - uMin) * fw + span) * ((vMax - vMin) * fh + span) > TexelCache::capacity)
+            return;
         if (j == h - 1)
             break;
     }
-    if (uMax - uMin > 0.5f)
-        return; // across the seam
-    const VmLevel& level = src.levels[0];
-    const float fw = static_cast<float>(level.width);
-    const float fh = static_cast<float>(level.height);
     const int left = std::max(floorToInt(uMin * fw - 0.5f - margin), 0);
     const int right = std::min(floorToInt(uMax * fw - 0.5f + margin) + 2, level.width);
     const int top = std::max(floorToInt(vMin * fh - 0.5f - margin), 0);
@@ -572,15 +585,32 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
         // Pixels whose footprint reads level 0 alone with one bilinear sample, sampled
         // here eight at a time; the loop below takes their colour from `out`.
         alignas(32) int simple[block + 8] = {};
+        // The pixels the loop below still has to visit, one bit each.
+        static_assert(block <= 64);
+        uint64_t todo = w == 64 ? ~uint64_t{0} : (uint64_t{1} << w) - 1;
         if constexpr (Opaque && Format != VM_FORMAT_RGBA16) {
+            int any = 0;
             if (k.magnified) {
-                for (int i = 0; i < w; ++i)
+                for (int i = 0; i < w; ++i) {
                     simple[i] = !foot.anisotropic[i] && foot.lod[i] < panoramaBand ? -1 : 0;
+                    any |= simple[i];
+                }
+            }
+            if (any) {
                 magnifiedSpan(src, Format == VM_FORMAT_BGRA8, cu + 1, cv + 1, simple, w, cache,
                               out);
+                // Done, unless the seam's band or the fill have more to do.
+                alignas(32) int finished[block];
+                for (int i = 0; i < w; ++i)
+                    finished[i] = simple[i] && !(std::fabs(seamDistance(cu[i + 1])) < k.seamHalf);
+                if (!k.partial) {
+                    for (int i = 0; i < w; ++i)
+                        todo &= ~(static_cast<uint64_t>(finished[i] != 0) << i);
+                }
             }
         }
-        for (int i = 0; i < w; ++i) {
+        for (; todo != 0; todo &= todo - 1) {
+            const int i = __builtin_ctzll(todo);
             const float pixelU = cu[i + 1];
             const float pixelV = cv[i + 1];
             if (simple[i] && !k.partial) {

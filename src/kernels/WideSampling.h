@@ -15,6 +15,7 @@
 // texels to a register.
 
 #include "kernels/KernelAbi.h"
+#include "kernels/Sampling.h"
 
 #include <immintrin.h>
 

@@ -354,8 +354,11 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
         const int byMinor = -floorToInt(-clampf(f.lodMinor[i] + fastLog2(spread), 0.f, 30.f));
         const int byCap = -floorToInt(-(lodReach - log2MaxTaps));
         level = std::min(std::max(byMinor, byCap), last);
-        taps = -floorToInt(-fm::exp2(lodReach - static_cast<float>(level)));
-        taps = taps < 1 ? 1 : (taps > maxTaps ? maxTaps : taps);
+        // Capped before it becomes an int: with a level capped at the last one, the
+        // power may be far beyond any int.
+        const float wanted = fm::exp2(lodReach - static_cast<float>(level));
+        taps = -floorToInt(-(wanted < static_cast<float>(maxTaps) ? wanted : maxTaps));
+        taps = taps < 1 ? 1 : taps;
     }
     if (taps <= 1)
         return samplePanorama<Format, Opaque>(src, u, v, f.lod[i]);

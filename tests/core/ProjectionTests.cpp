@@ -516,6 +516,18 @@ TEST(Pyramid, LevelsAreLinearAveragesThatWrap) {
     EXPECT_NEAR(c[3], 0.5f * (1.f + 32896.f / 65535.f), 1e-4f);
 }
 
+/// A picture of random 32-bit texels (opaque if the format has no alpha).
+static QImage noise(int width, int height, QImage::Format format, QRandomGenerator& random) {
+    QImage picture(width, height, format);
+    const quint32 opaque = picture.hasAlphaChannel() ? 0u : 0xff000000u;
+    for (int y = 0; y < height; ++y) {
+        auto* row = reinterpret_cast<quint32*>(picture.scanLine(y));
+        for (int x = 0; x < width; ++x)
+            row[x] = random.generate() | opaque;
+    }
+    return picture;
+}
+
 // Eight magnified pixels at a time give what the one-at-a-time sampler gives, in
 // either byte order, across the wrap and beyond the top and bottom rows, and exactly
 // the same floats whether their texels come from a cache of decoded ones (whole or
@@ -525,12 +537,7 @@ TEST(MagnifiedSpan, MatchesTheScalarBilinearWithOrWithoutTheCache) {
     if (!sampling::wideSamplingAvailable())
         GTEST_SKIP() << "no AVX2 on this processor";
     QRandomGenerator random(7);
-    QImage picture(37, 19, QImage::Format_RGBX8888);
-    for (int y = 0; y < picture.height(); ++y) {
-        auto* row = reinterpret_cast<quint32*>(picture.scanLine(y));
-        for (int x = 0; x < picture.width(); ++x)
-            row[x] = random.generate() | 0xff000000u;
-    }
+    const QImage picture = noise(37, 19, QImage::Format_RGBX8888, random);
     for (const QImage& source : {picture, picture.convertToFormat(QImage::Format_RGB32)}) {
         const auto pixels = render::SourcePixels::create(source);
         const VmSampler& s = pixels->sampler();
@@ -594,12 +601,7 @@ TEST(WideSampling, TapRowsSumTheBlendedPairsAcrossTheWrap) {
     if (!sampling::wideSamplingAvailable())
         GTEST_SKIP() << "no AVX2 on this processor";
     QRandomGenerator random(11);
-    QImage picture(64, 8, QImage::Format_RGBA8888);
-    for (int y = 0; y < picture.height(); ++y) {
-        auto* row = reinterpret_cast<quint32*>(picture.scanLine(y));
-        for (int x = 0; x < picture.width(); ++x)
-            row[x] = random.generate();
-    }
+    const QImage picture = noise(64, 8, QImage::Format_RGBA8888, random);
     const auto pixels = render::SourcePixels::create(picture);
     pixels->ensurePyramid();
     const VmLevel& level = pixels->sampler().levels[1];

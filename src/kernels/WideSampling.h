@@ -5,11 +5,12 @@
 //
 // magnifiedSpan() samples an opaque 8-bit level 0 bilinearly for eight pixels at
 // once: the case of nearly every pixel of a large export, where the planet magnifies
-// the picture. The texels and their decoded channels are gathered, so one pass serves
-// eight pixels where the scalar sampler takes sixteen dependent loads for each. A
-// pixel takes this path or the scalar one by its own footprint alone, never by its
-// neighbours or by where a tile starts, so a picture rendered in strips is the same
-// picture rendered whole.
+// the picture and neighbouring pixels read the same few texels. A block decodes the
+// patch its pixels read once, into a TexelCache, and each pixel blends four cached
+// texels; pixels outside the patch gather their texels and decoded channels. Both
+// give the same floats. A pixel takes this path or the scalar one by its own
+// footprint alone, never by its neighbours or by where a tile starts, so a picture
+// rendered in strips is the same picture rendered whole.
 //
 // linearTapRows() sums the taps of a footprint stretched round the planet, two
 // texels to a register.

@@ -260,6 +260,13 @@ VM_INLINE Rgba sampleLod(const VmSampler& s, float u, float v, float lod) {
     return lerp(first, at(pick.level + 1), pick.next);
 }
 
+/// The weight of tap t of a footprint's `taps` (step = 1 / taps): a box's weight plus
+/// a tent's, scaled so that all of them sum to one. Tap t sits at (2t + 1) step - 1 of
+/// the way from the footprint's middle to either end, where the tent is 1 - |that|.
+VM_INLINE float tapWeight(int t, float step, float boxWeight, float tentScale) {
+    return boxWeight + tentScale * (1.f - std::fabs(static_cast<float>(2 * t + 1) * step - 1.f));
+}
+
 /// Linear light in [0, 1] to sRGB code value in [0, 1], from an encode table of
 /// VM_ENCODE_SIZE + 2 entries (the sampler's, or ColorTables').
 VM_INLINE float encodeWith(const float* table, float linear) {

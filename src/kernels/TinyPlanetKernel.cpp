@@ -365,16 +365,12 @@ VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const Row
     const VmLevel& at = src.levels[level];
     Rgba sum;
     const float step = 1.f / static_cast<float>(taps);
-    // Weights summing to one: the box's 1 / taps blended with the tent's. Tap t sits
-    // at x = (2t + 1) / taps - 1 of the way from the middle to either end; the tent's
-    // weights 1 - |x| add up to taps / 2, plus 1 / (2 taps) when taps is odd.
+    // Weights summing to one: the box's 1 / taps blended with the tent's (tapWeight()).
+    // The tent's weights add up to taps / 2, plus 1 / (2 taps) when taps is odd.
     const float tentSum = 0.5f * static_cast<float>(taps) + (taps % 2 ? 0.5f * step : 0.f);
     const float boxWeight = (1.f - tent) * step;
     const float tentScale = tent / tentSum;
-    const auto weight = [&](int t) {
-        return boxWeight +
-               tentScale * (1.f - std::fabs(static_cast<float>(2 * t + 1) * step - 1.f));
-    };
+    const auto weight = [&](int t) { return tapWeight(t, step, boxWeight, tentScale); };
     const float du = f.du[i] * spread;
     const float dv = f.dv[i] * spread;
     if (f.dv[i] == 0.f) {

@@ -248,7 +248,7 @@ __attribute__((target("avx2,fma"))) inline void magnifiedSpan(const VmSampler& s
 
 /// Weighted sums of `taps` bilinear taps along rows r0 and r1 of a VM_FORMAT_LINEAR16
 /// level, tap t at x = first + t spacing (in texels, within a width of the row)
-/// weighing boxWeight + tentScale (1 - |(2t + 1) step - 1|): sampleFootprint()'s
+/// weighing tapWeight(t, step, boxWeight, tentScale): sampleFootprint()'s
 /// loop for footprints stretched round the planet. Unscaled words, as
 /// linearPairInRow(). Each tap's pair is one load, widened and weighed whole.
 __attribute__((target("avx2,fma"))) inline void
@@ -258,12 +258,10 @@ linearTapRows(const unsigned char* r0, const unsigned char* r1, int w, float fir
     __m256 sumBottom = _mm256_setzero_ps();
     for (int t = 0; t < taps; ++t) {
         const float x = first + static_cast<float>(t) * spacing;
-        int x0 = static_cast<int>(x);
-        x0 = x < static_cast<float>(x0) ? x0 - 1 : x0;
+        int x0 = floorToInt(x);
         const float fx = x - static_cast<float>(x0);
         x0 = x0 < 0 ? x0 + w : (x0 >= w ? x0 - w : x0);
-        const float along = static_cast<float>(2 * t + 1) * step - 1.f;
-        const float wt = boxWeight + tentScale * (1.f - (along < 0.f ? -along : along));
+        const float wt = tapWeight(t, step, boxWeight, tentScale);
         // Texel x0 in the low half, x0 + 1 in the high: their bilinear weights.
         const __m256 weights = _mm256_set_m128(_mm_set1_ps(wt * fx), _mm_set1_ps(wt * (1.f - fx)));
         sumTop = _mm256_fmadd_ps(wide::linearPair(r0, x0), weights, sumTop);

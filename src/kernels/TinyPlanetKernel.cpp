@@ -599,12 +599,9 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
                 magnifiedSpan(src, Format == VM_FORMAT_BGRA8, cu + 1, cv + 1, simple, w, cache,
                               out);
                 // Done, unless the seam's band or the fill have more to do.
-                alignas(32) int finished[block];
-                for (int i = 0; i < w; ++i)
-                    finished[i] = simple[i] && !(std::fabs(seamDistance(cu[i + 1])) < k.seamHalf);
-                if (!k.partial) {
-                    for (int i = 0; i < w; ++i)
-                        todo &= ~(static_cast<uint64_t>(finished[i] != 0) << i);
+                for (int i = 0; i < w && !k.partial; ++i) {
+                    if (simple[i] && !(std::fabs(seamDistance(cu[i + 1])) < k.seamHalf))
+                        todo &= ~(uint64_t{1} << i);
                 }
             }
         }
@@ -612,17 +609,6 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
             const int i = __builtin_ctzll(todo);
             const float pixelU = cu[i + 1];
             const float pixelV = cv[i + 1];
-            if (simple[i] && !k.partial) {
-                // Sampled above; only the seam's band has more to do.
-                const float ds = seamDistance(pixelU);
-                const float reach = std::fabs(ds);
-                if (reach < k.seamHalf) {
-                    const Rgba c = blendSeam<Format, Opaque>(
-                        src, k, Rgba{_mm_loadu_ps(out + 4 * i)}, ds, reach, pixelV, foot.lod[i]);
-                    _mm_storeu_ps(out + 4 * i, c.v);
-                }
-                continue;
-            }
             Rgba c;
             // Across the part of the circle the picture leaves open, from its right
             // edge (0) to its left (1).

@@ -284,6 +284,14 @@ struct RowFootprints {
     alignas(32) int anisotropic[block];
     alignas(32) float du[block];
     alignas(32) float dv[block];
+    // How each is sampled (planTaps()): `taps` bilinear taps along its long axis at
+    // pyramid `level`, weighted by a box blended with a tent (`tent` of the way) that
+    // reaches `spread` times the footprint. One tap is the ordinary trilinear sample,
+    // whose first level `level` then is.
+    alignas(32) int level[block];
+    alignas(32) int taps[block];
+    alignas(32) float tent[block];
+    alignas(32) float spread[block];
 };
 
 /// Footprints from the largest step to any of the four neighbours, along u and along
@@ -326,40 +334,80 @@ VM_INLINE void footprints(const float* __restrict pu, const float* __restrict pv
     }
 }
 
+// The hot loops are compiled twice, for x86-64-v3 (AVX2, FMA) and for any x86-64; the
+// dynamic loader picks one by the processor's features when the module is loaded.
+// (Not "arch=haswell": that clone is chosen by processor model, so AMD never gets it.)
+// Clang cannot clone templates; its builds (the fuzzers) take the plain loop.
+#if defined(__clang__)
+#define VM_CLONED_LOOP
+#else
+#define VM_CLONED_LOOP __attribute__((target_clones("arch=x86-64-v3", "default")))
+#endif
+
+/// Fills in how each footprint of the row is sampled. Every choice is worked out for
+/// every pixel and then selected, so the loop vectorises; its conversions to int see
+/// only values already bounded. (Not inlined: inside the hot loop it stays scalar.)
+__attribute__((noinline)) VM_CLONED_LOOP void planTaps(RowFootprints& f, int w, int last) {
+    // One tap: about the trilinear sample's first level, only for the prefetch
+    // (levelBlend()'s branches would keep the loop scalar).
+    const auto oneTapLevel = [last](float lod) {
+        return std::min(static_cast<int>(clampf(lod, 0.f, static_cast<float>(last)) + panoramaBand),
+                        last);
+    };
+    int stretchedAny = 0;
+    for (int i = 0; i < w; ++i)
+        stretchedAny |= f.anisotropic[i];
+    if (!stretchedAny) {
+        // Most rows of a preview at the defaults.
+        for (int i = 0; i < w; ++i) {
+            f.taps[i] = 1;
+            f.level[i] = oneTapLevel(f.lod[i]);
+        }
+        return;
+    }
+    for (int i = 0; i < w; ++i) {
+        const float lod = f.lod[i];
+        const float lodMinor = f.lodMinor[i];
+        const float stretch = fm::exp2(lod - lodMinor);
+        // Mildly stretched: as many taps as the stretch, at the level of their spacing.
+        const bool mild = stretch < carefulFrom;
+        const int mildTaps = static_cast<int>(std::min(stretch, carefulFrom) + 0.5f);
+        const int mildLevel = std::min(static_cast<int>(clampf(lodMinor + 0.5f, 0.f, 30.f)), last);
+        // Squeezed hard (towards the poles): the level suits the short axis, or is
+        // coarser when the long one would need more than maxTaps; the taps then step at
+        // most one texel of that level apart, so their bilinear tents add up to a flat
+        // box (wider steps leave ripples that alias a fine pattern's harmonics into
+        // rings), and reach further, up to a tent of twice the footprint, whose weak
+        // side lobes leave no moire.
+        const float tent =
+            mild ? 0.f
+                 : clampf((stretch - carefulFrom) * (1.f / (tentFrom - carefulFrom)), 0.f, 1.f);
+        const float spread = 1.f + tent;
+        const float spreadLog = fastLog2(spread);
+        const float lodReach = lod + spreadLog;
+        const int byMinor = -floorToInt(-clampf(lodMinor + spreadLog, 0.f, 30.f));
+        const int byCap = -floorToInt(-(lodReach - log2MaxTaps));
+        const int hardLevel = std::min(std::max(byMinor, byCap), last);
+        // Capped before it becomes an int: with a level capped at the last one, the
+        // power may be far beyond any int.
+        const float wanted = fm::exp2(lodReach - static_cast<float>(hardLevel));
+        const int hardTaps =
+            std::max(-floorToInt(-(wanted < static_cast<float>(maxTaps) ? wanted : maxTaps)), 1);
+        const int taps = f.anisotropic[i] ? (mild ? mildTaps : hardTaps) : 1;
+        f.taps[i] = taps;
+        f.level[i] = taps > 1 ? (mild ? mildLevel : hardLevel) : oneTapLevel(lod);
+        f.tent[i] = tent;
+        f.spread[i] = spread;
+    }
+}
+
 template <int Format, bool Opaque>
 VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const RowFootprints& f,
                                int i, bool wide) {
-    if (!f.anisotropic[i])
-        return samplePanorama<Format, Opaque>(src, u, v, f.lod[i]);
-    const int last = src.levelCount - 1;
-    const float stretch = fm::exp2(f.lod[i] - f.lodMinor[i]);
-    int taps;
-    int level;
-    float tent = 0.f;
-    float spread = 1.f;
-    if (stretch < carefulFrom) {
-        // Mildly stretched: as many taps as the stretch, at the level of their spacing.
-        taps = static_cast<int>(stretch + 0.5f);
-        level = std::min(static_cast<int>(clampf(f.lodMinor[i] + 0.5f, 0.f, 30.f)), last);
-    } else {
-        // Squeezed hard (towards the poles): the level suits the short axis, or is
-        // coarser when the long one would need more than maxTaps; the taps then step
-        // at most one texel of that level apart, so their bilinear tents add up to a
-        // flat box (wider steps leave ripples that alias a fine pattern's harmonics
-        // into rings), and reach further, up to a tent of twice the footprint, whose
-        // weak side lobes leave no moire.
-        tent = clampf((stretch - carefulFrom) * (1.f / (tentFrom - carefulFrom)), 0.f, 1.f);
-        spread = 1.f + tent;
-        const float lodReach = f.lod[i] + fastLog2(spread);
-        const int byMinor = -floorToInt(-clampf(f.lodMinor[i] + fastLog2(spread), 0.f, 30.f));
-        const int byCap = -floorToInt(-(lodReach - log2MaxTaps));
-        level = std::min(std::max(byMinor, byCap), last);
-        // Capped before it becomes an int: with a level capped at the last one, the
-        // power may be far beyond any int.
-        const float wanted = fm::exp2(lodReach - static_cast<float>(level));
-        taps = -floorToInt(-(wanted < static_cast<float>(maxTaps) ? wanted : maxTaps));
-        taps = taps < 1 ? 1 : taps;
-    }
+    const int taps = f.taps[i];
+    const int level = f.level[i];
+    const float tent = f.tent[i];
+    const float spread = f.spread[i];
     if (taps <= 1)
         return samplePanorama<Format, Opaque>(src, u, v, f.lod[i]);
     const VmLevel& at = src.levels[level];
@@ -543,15 +591,35 @@ VM_INLINE void cacheMagnifiedTexels(const VmSampler& src, const Setup& k, int x0
     fillTexelCache(src, bgra, cache);
 }
 
-// The hot loop is compiled twice, for x86-64-v3 (AVX2, FMA) and for any x86-64; the
-// dynamic loader picks one by the processor's features when the module is loaded.
-// (Not "arch=haswell": that clone is chosen by processor model, so AMD never gets it.)
-// Clang cannot clone templates; its builds (the fuzzers) take the plain loop.
-#if defined(__clang__)
-#define VM_CLONED_LOOP
-#else
-#define VM_CLONED_LOOP __attribute__((target_clones("arch=x86-64-v3", "default")))
-#endif
+/// Asks memory for the two rows of a VM_FORMAT_LINEAR16 level about (x, y), in its
+/// texels. (Inlined by force: a prefetch alone in a function of its own has no
+/// effect the compiler keeps.)
+VM_INLINE void prefetchTexels(const VmLevel& at, float x, float y) {
+    const int x0 = static_cast<int>(clampf(x, 0.f, static_cast<float>(at.width - 1)));
+    const int y0 = static_cast<int>(clampf(y, 0.f, static_cast<float>(at.height - 1)));
+    const int y1 = y0 + 1 < at.height ? y0 + 1 : y0;
+    const int64_t column = 8 * static_cast<int64_t>(x0);
+    _mm_prefetch(reinterpret_cast<const char*>(rowOf(at, y0) + column), _MM_HINT_T0);
+    _mm_prefetch(reinterpret_cast<const char*>(rowOf(at, y1) + column), _MM_HINT_T0);
+}
+
+/// Asks memory for the pyramid rows the next row's pixels will read, a row of pixels
+/// ahead: the preview reads levels above 0 along arcs no hardware prefetcher follows,
+/// and waits on them more than it computes. Each pixel's level is taken from the
+/// pixel above, whose footprint is all but the same, and only the middle of a
+/// stretched footprint is asked for (the rest of its taps are mostly its neighbours').
+VM_INLINE void prefetchNextRow(const VmSampler& src, const float* __restrict nu,
+                               const float* __restrict nv, const RowFootprints& foot, int w) {
+    for (int i = 0; i < w; ++i) {
+        const int level = foot.level[i];
+        if (level == 0)
+            continue;
+        const VmLevel& at = src.levels[level];
+        prefetchTexels(at, nu[i] * static_cast<float>(at.width) - 0.5f,
+                       clampf(nv[i], 0.f, 1.f) * static_cast<float>(at.height) - 0.5f);
+    }
+}
+
 template <int Format, bool Opaque>
 VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDestination& d, int x0,
                              int y0, int w, int h) {
@@ -579,6 +647,9 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
         mapRow(k, x0 - 1, y0 + j + 1, w + 2, nu, nv);
 
         footprints(pu, pv, cu, cv, nu, nv, w, k.width, k.height, k.circle, foot);
+        planTaps(foot, w, src.levelCount - 1);
+        if (j + 1 < h)
+            prefetchNextRow(src, nu + 1, nv + 1, foot, w);
 
         float* out = d.pixels + static_cast<int64_t>(y0 - d.y + j) * d.stride + 4 * (x0 - d.x);
         // Pixels whose footprint reads level 0 alone with one bilinear sample, sampled

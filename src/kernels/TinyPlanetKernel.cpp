@@ -545,6 +545,9 @@ VM_INLINE void cacheMagnifiedTexels(const VmSampler& src, const Setup& k, int x0
                                     int h, bool bgra, TexelCache& cache) {
     constexpr int rowStep = 16;
     constexpr float margin = 3.f;
+    // What the patch adds to the pixels' extent either way: the margins and the
+    // bilinear neighbour.
+    constexpr float span = 2.f * margin + 2.f;
     alignas(32) float us[block + 8];
     alignas(32) float vs[block + 8];
     const VmLevel& level = src.levels[0];
@@ -570,7 +573,6 @@ VM_INLINE void cacheMagnifiedTexels(const VmSampler& src, const Setup& k, int x0
         }
         // Stop as soon as the patch cannot fit (across the seam, or a block that
         // does not magnify, as in the preview): these rows are mapped again below.
-        const float span = 2.f * margin + 2.f;
         if (uMax - uMin > 0.5f ||
             ((uMax - uMin) * fw + span) * ((vMax - vMin) * fh + span) > TexelCache::capacity)
             return;

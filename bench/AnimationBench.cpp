@@ -1,6 +1,7 @@
 #include "BenchSupport.h"
 
 #include "model/Animation.h"
+#include "model/Resources.h"
 
 #include <QTemporaryDir>
 
@@ -101,9 +102,9 @@ static void animationEncodeOnly(benchmark::State& state) {
     const QTemporaryDir dir;
     const auto format = render::animationFormatForSuffix(suffix);
     for (auto _ : state) {
-        auto writer =
-            render::AnimationWriter::open(dir.filePath(QStringLiteral("e.") + suffix),
-                                          {*format, settings.side, settings.fps, settings.quality});
+        auto writer = render::AnimationWriter::open(
+            dir.filePath(QStringLiteral("e.") + suffix),
+            {*format, settings.side, settings.fps, settings.quality}, codecFolder());
         for (int i = 0; i < frames; ++i)
             benchmark::DoNotOptimize((*writer)->add(rendered[static_cast<size_t>(i % 30)]).ok());
         benchmark::DoNotOptimize((*writer)->finish().ok());

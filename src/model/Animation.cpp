@@ -1,5 +1,6 @@
 #include "model/Animation.h"
 
+#include "model/Resources.h"
 #include "render/ImageNode.h"
 
 #include <QFileInfo>
@@ -91,7 +92,7 @@ Status writeAnimation(const AnimationJob& job, const QString& path,
         return Failure{
             QStringLiteral("%1: an animation is written as .mp4, .webp or .gif").arg(path)};
     Result<std::unique_ptr<render::AnimationWriter>> writer =
-        render::AnimationWriter::open(path, {*format, s.side, s.fps, s.quality});
+        render::AnimationWriter::open(path, {*format, s.side, s.fps, s.quality}, codecFolder());
     if (!writer)
         return writer.failure();
 

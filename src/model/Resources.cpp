@@ -50,6 +50,11 @@ void setResourcesRoot(const QString& path) {
     overrideRoot() = path;
 }
 
+QString codecFolder() {
+    const QString root = resourcesRoot();
+    return root.isEmpty() ? QString() : root + QStringLiteral("/codecs");
+}
+
 QString userArtworkFolder() {
     if (!overrideUserFolder().isEmpty())
         return overrideUserFolder();

@@ -15,6 +15,9 @@ QString resourcesRoot();
 /// Overrides the lookup; an empty path restores it.
 void setResourcesRoot(const QString& path);
 
+/// The folder of the codec modules: "codecs" in the resources folder.
+QString codecFolder();
+
 /// The folder of the user's own artwork: $XDG_DATA_HOME/velmora/Layers (by default
 /// ~/.local/share/velmora/Layers), one sub-folder per category. It need not exist.
 QString userArtworkFolder();

@@ -38,8 +38,9 @@ class AnimationWriter {
 public:
     /// Opens the encoder for `path`; fails, naming the file, when the encoding is not
     /// possible (an odd side for MP4, say) or the folder cannot take the file.
-    static Result<std::unique_ptr<AnimationWriter>> open(const QString& path,
-                                                         const AnimationEncoding& encoding);
+    /// MP4 and GIF need the video module from `codecFolder` (CodecModule.h).
+    static Result<std::unique_ptr<AnimationWriter>>
+    open(const QString& path, const AnimationEncoding& encoding, const QString& codecFolder);
     virtual ~AnimationWriter() = default;
 
     /// The next frame: straight RGBA8888 of side x side; alpha is dropped (MP4, GIF
@@ -50,6 +51,21 @@ public:
 
 protected:
     AnimationWriter() = default;
+};
+
+/// Whether `frame` is one a writer of `side` takes: straight RGBA8888, side x side.
+inline bool isAnimationFrame(const QImage& frame, int side) {
+    return frame.format() == QImage::Format_RGBA8888 && frame.width() == side &&
+           frame.height() == side;
+}
+
+/// What the video module gives: FFmpeg's MP4 and GIF writers.
+struct VideoModule {
+    static constexpr int currentAbiVersion = 1;
+    int abiVersion;
+    /// Opens the writer; the caller has checked the side and rate.
+    Result<std::unique_ptr<AnimationWriter>> (*open)(const QString& path,
+                                                     const AnimationEncoding& encoding);
 };
 
 } // namespace velmora::render

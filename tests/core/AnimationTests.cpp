@@ -2,6 +2,7 @@
 #include "support/TestSupport.h"
 
 #include "layers/LayerLibrary.h"
+#include "model/Resources.h"
 
 #include <QDir>
 #include <QFile>
@@ -215,7 +216,7 @@ TEST(AnimationFiles, EachFormatDecodesBackFrameForFrame) {
          {AnimationFormat::mp4, AnimationFormat::webp, AnimationFormat::gif}) {
         const QString path = tree.file(QStringLiteral("loop.") + render::suffixOf(format));
         Result<std::unique_ptr<render::AnimationWriter>> writer =
-            render::AnimationWriter::open(path, {format, side, 24, 90});
+            render::AnimationWriter::open(path, {format, side, 24, 90}, codecFolder());
         ASSERT_TRUE(writer) << writer.message();
         for (int i = 0; i < frames; ++i) {
             QImage frame(side, side, QImage::Format_RGBA8888);
@@ -240,11 +241,13 @@ TEST(AnimationFiles, EachFormatDecodesBackFrameForFrame) {
 TEST(AnimationFiles, ImpossibleEncodingsFailNamingTheFile) {
     const test::TempTree tree;
     const QString odd = tree.file(QStringLiteral("odd.mp4"));
-    const auto oddWriter = render::AnimationWriter::open(odd, {AnimationFormat::mp4, 97, 30, 80});
+    const auto oddWriter =
+        render::AnimationWriter::open(odd, {AnimationFormat::mp4, 97, 30, 80}, codecFolder());
     ASSERT_FALSE(oddWriter);
     EXPECT_TRUE(oddWriter.message().contains(odd));
     const QString nowhere = tree.file(QStringLiteral("missing/folder/a.webp"));
-    const auto lost = render::AnimationWriter::open(nowhere, {AnimationFormat::webp, 64, 30, 80});
+    const auto lost =
+        render::AnimationWriter::open(nowhere, {AnimationFormat::webp, 64, 30, 80}, codecFolder());
     ASSERT_FALSE(lost);
     EXPECT_TRUE(lost.message().contains(nowhere));
     EXPECT_TRUE(QDir(tree.path()).entryList(QDir::Files | QDir::Hidden).isEmpty());

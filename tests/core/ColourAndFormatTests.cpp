@@ -1,9 +1,12 @@
 #include "model/ColorProfile.h"
 #include "model/ImageDecoding.h"
+#include "model/Resources.h"
+#include "render/AnimationWriter.h"
 #include "render/RenderContext.h"
 #include "support/TestSupport.h"
 
 #include <QColorSpace>
+#include <QDir>
 #include <QFile>
 #include <QSet>
 
@@ -229,4 +232,33 @@ TEST(HeifPictures, TenBitPicturesKeepTheirPrecision) {
         levels.insert(row[x].green());
     EXPECT_GT(levels.size(), 600);
     EXPECT_GE(row[width - 1].green(), 65000); // white stays white
+}
+
+// The HEIF and video codecs are modules loaded when first needed. Without them a
+// HEIF picture or an MP4 fails in words naming the file and the missing module, and
+// a JPEG opens as ever: it never asks for one.
+TEST(CodecModules, MissingModulesFailInWordsAndJpegNeedsNone) {
+    const test::TempTree tree;
+    const QString heic = tree.file(QStringLiteral("p.heic"));
+    ASSERT_TRUE(writeHeif(swatches(), heic, heif_compression_HEVC));
+    const QString jpeg = tree.file(QStringLiteral("p.jpg"));
+    ASSERT_TRUE(swatches().save(jpeg, "JPEG"));
+    const QString video = tree.file(QStringLiteral("loop.mp4"));
+
+    setResourcesRoot(tree.path()); // a resources folder without codecs
+    const Result<render::Image> heif = decodeImageFile(heic);
+    const Result<render::Image> plain = decodeImageFile(jpeg);
+    const auto mp4 = render::AnimationWriter::open(
+        video, {render::AnimationFormat::mp4, 64, 30, 80}, codecFolder());
+    setResourcesRoot({});
+
+    ASSERT_FALSE(heif);
+    EXPECT_TRUE(heif.message().startsWith(heic)) << heif.message();
+    EXPECT_TRUE(heif.message().contains(QStringLiteral("codecs/heif.so"))) << heif.message();
+    EXPECT_TRUE(plain) << plain.message();
+    ASSERT_FALSE(mp4);
+    EXPECT_TRUE(mp4.message().startsWith(video)) << mp4.message();
+    EXPECT_TRUE(mp4.message().contains(QStringLiteral("codecs/video.so"))) << mp4.message();
+    EXPECT_FALSE(QFile::exists(video));
+    EXPECT_EQ(QDir(tree.path()).entryList(QDir::Files | QDir::Hidden).size(), 2); // the pictures
 }

@@ -164,12 +164,15 @@ QString TempTree::addPng(const QString& relative, QSize size, QColor colour) con
 SampleResources::SampleResources() {
     addPng(QStringLiteral("Layers/Glows/orb.png"), {64, 32});
     addPng(QStringLiteral("Layers/Stickers/moon.png"), {40, 40});
-    // The model needs its projection kernel; borrow the build's.
-    const QDir kernels(buildResources() + QStringLiteral("/kernels"));
-    if (kernels.exists()) {
-        addDir(QStringLiteral("kernels"));
-        for (const QFileInfo& info : kernels.entryInfoList(QDir::Files))
-            QFile::copy(info.filePath(), file(QStringLiteral("kernels/") + info.fileName()));
+    // The model needs its projection kernel, and videos and HEIF pictures their
+    // codecs; borrow the build's.
+    for (const QString& folder : {QStringLiteral("kernels"), QStringLiteral("codecs")}) {
+        const QDir modules(buildResources() + QLatin1Char('/') + folder);
+        if (!modules.exists())
+            continue;
+        addDir(folder);
+        for (const QFileInfo& info : modules.entryInfoList(QDir::Files))
+            QFile::copy(info.filePath(), file(folder + QLatin1Char('/') + info.fileName()));
     }
 }
 

@@ -36,8 +36,12 @@ bool looksLikeJpeg(const QByteArray& data);
 /// refused before anything is allocated. Data that ends before the picture does is a
 /// failure, not a grey lower half. CMYK pictures are not handled here (`nullopt`
 /// inside a success means "let another decoder try"). Failures name `what`.
+///
+/// Large baseline pictures decode in horizontal bands on several threads (`bands`
+/// of them; 0 chooses by the picture's size and the cores), with the same pixels.
+/// `file` is read with pread() from where it stands and is left there.
 Result<std::optional<JpegPicture>> decodeJpeg(std::FILE* file, const QByteArray& data,
                                               qint64 dataBytes, qint64 maxPixels,
-                                              const QString& what);
+                                              const QString& what, int bands = 0);
 
 } // namespace velmora

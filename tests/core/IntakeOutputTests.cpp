@@ -21,7 +21,12 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+
+// jpeglib.h needs size_t and FILE declared first.
+#include <jpeglib.h>
 
 using namespace velmora;
 
@@ -442,6 +447,92 @@ TEST(PngWriter, ReportsADeviceThatRefusesData) {
     const Status written = render::writePng(test::testPanorama(200, 100), device);
     EXPECT_FALSE(written.ok());
     EXPECT_EQ(written.message(), QStringLiteral("No space left on device"));
+}
+
+namespace {
+
+/// A JPEG of `image` with luma sampled `h` x `v` times as densely as chroma.
+QByteArray jpegSampled(const QImage& image, int h, int v) {
+    const QImage rgb = image.convertToFormat(QImage::Format_RGB888);
+    jpeg_compress_struct info{};
+    jpeg_error_mgr errors{};
+    info.err = jpeg_std_error(&errors);
+    jpeg_create_compress(&info);
+    unsigned char* out = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&info, &out, &size);
+    info.image_width = static_cast<JDIMENSION>(rgb.width());
+    info.image_height = static_cast<JDIMENSION>(rgb.height());
+    info.input_components = 3;
+    info.in_color_space = JCS_RGB;
+    jpeg_set_defaults(&info);
+    jpeg_set_quality(&info, 90, TRUE);
+    info.comp_info[0].h_samp_factor = h;
+    info.comp_info[0].v_samp_factor = v;
+    jpeg_start_compress(&info, TRUE);
+    while (info.next_scanline < info.image_height) {
+        auto* row = const_cast<JSAMPROW>(rgb.constScanLine(static_cast<int>(info.next_scanline)));
+        jpeg_write_scanlines(&info, &row, 1);
+    }
+    jpeg_finish_compress(&info);
+    jpeg_destroy_compress(&info);
+    QByteArray bytes(reinterpret_cast<const char*>(out), static_cast<qsizetype>(size));
+    std::free(out);
+    return bytes;
+}
+
+} // namespace
+
+// Decoded in bands on several threads, each skipping to its first row, a JPEG comes
+// out pixel for pixel as from one decoder: for every chroma sampling, a height no
+// band divides, at a DCT scale, from a file as from memory; and data cut short or
+// damaged fails or is noted just the same.
+TEST(JpegDecoding, BandsDecodeTheSamePixelsAsOneDecoder) {
+    QImage noise(333, 1001, QImage::Format_RGB32);
+    QRandomGenerator random(7);
+    for (int y = 0; y < noise.height(); ++y)
+        random.fillRange(reinterpret_cast<quint32*>(noise.scanLine(y)), noise.width());
+    const QString what = QStringLiteral("noise.jpg");
+    const qint64 all = qint64(noise.width()) * noise.height();
+    for (const QSize sampling : {QSize(2, 2), QSize(2, 1), QSize(1, 2), QSize(1, 1)}) {
+        const QByteArray jpeg = jpegSampled(noise, sampling.width(), sampling.height());
+        for (const qint64 maxPixels : {all, all / 3}) {
+            const auto whole = decodeJpeg(nullptr, jpeg, jpeg.size(), maxPixels, what, 1);
+            ASSERT_TRUE(whole.ok() && whole->has_value()) << whole.message();
+            for (const int bands : {2, 3, 4}) {
+                const auto banded = decodeJpeg(nullptr, jpeg, jpeg.size(), maxPixels, what, bands);
+                ASSERT_TRUE(banded.ok() && banded->has_value()) << banded.message();
+                EXPECT_EQ((*banded)->image, (*whole)->image)
+                    << sampling.width() << "x" << sampling.height() << " sampling, " << bands
+                    << " bands, 1/" << (*whole)->scale;
+            }
+        }
+    }
+
+    const QByteArray jpeg = jpegSampled(noise, 2, 2);
+    const auto whole = decodeJpeg(nullptr, jpeg, jpeg.size(), all, what, 1);
+    const test::TempTree tree;
+    const QString path = tree.addFile(QStringLiteral("noise.jpg"), jpeg);
+    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+        std::fopen(QFile::encodeName(path).constData(), "rb"), &std::fclose);
+    ASSERT_TRUE(file);
+    const auto fromFile = decodeJpeg(file.get(), {}, jpeg.size(), all, what, 3);
+    ASSERT_TRUE(fromFile.ok() && fromFile->has_value()) << fromFile.message();
+    EXPECT_EQ((*fromFile)->image, (*whole)->image);
+
+    const QByteArray cut = jpeg.left(jpeg.size() * 2 / 3);
+    for (const int bands : {1, 3}) {
+        const auto shortened = decodeJpeg(nullptr, cut, cut.size(), all, what, bands);
+        ASSERT_FALSE(shortened.ok()) << bands;
+        EXPECT_TRUE(shortened.message().contains(QStringLiteral("ends early")))
+            << shortened.message();
+    }
+    const QByteArray damaged = test::damagedJpegOf(noise);
+    const auto once = decodeJpeg(nullptr, damaged, damaged.size(), all, what, 1);
+    const auto inBands = decodeJpeg(nullptr, damaged, damaged.size(), all, what, 4);
+    ASSERT_TRUE(once.ok() && inBands.ok());
+    EXPECT_FALSE((*once)->damage.isEmpty());
+    EXPECT_EQ((*inBands)->damage, (*once)->damage);
 }
 
 // Past the pixel budget a JPEG decodes at the largest DCT scale that fits and looks

@@ -363,3 +363,34 @@ TEST(ImageEngine, EightBitOutputRoundsWithinOneCodeValue) {
     }
     EXPECT_TRUE(context.render(c, QRect(), RenderContext::Layout::straightRgba8).isNull());
 }
+
+// Opaque pixels are stored four at a time: each comes out as it would among
+// translucent neighbours, in both layouts, on a row no multiple of four wide.
+TEST(ImageEngine, EightBitOutputOfAPixelIsTheSameWhateverItsNeighbours) {
+    QImage opaque(37, 9, QImage::Format_RGBA64);
+    QRandomGenerator random(3);
+    for (int y = 0; y < opaque.height(); ++y) {
+        auto* line = reinterpret_cast<quint16*>(opaque.scanLine(y));
+        for (int i = 0; i < 4 * opaque.width(); ++i)
+            line[i] = i % 4 == 3 ? 65535 : static_cast<quint16>(random.bounded(65536));
+    }
+    QImage mixed = opaque;
+    for (int y = 0; y < mixed.height(); ++y)
+        for (int x = 1; x < mixed.width(); x += 4)
+            reinterpret_cast<quint16*>(mixed.scanLine(y))[4 * x + 3] = 30000;
+    const QRect area(0, 0, opaque.width(), opaque.height());
+    for (const auto layout :
+         {RenderContext::Layout::straightRgba8, RenderContext::Layout::premultipliedArgb32}) {
+        const QImage alone = RenderContext().render(Image::fromQImage(opaque), area, layout);
+        const QImage among = RenderContext().render(Image::fromQImage(mixed), area, layout);
+        for (int y = 0; y < area.height(); ++y) {
+            const auto* a = reinterpret_cast<const quint32*>(alone.constScanLine(y));
+            const auto* b = reinterpret_cast<const quint32*>(among.constScanLine(y));
+            for (int x = 0; x < area.width(); ++x) {
+                if (x % 4 != 1) {
+                    ASSERT_EQ(a[x], b[x]) << x << "," << y;
+                }
+            }
+        }
+    }
+}

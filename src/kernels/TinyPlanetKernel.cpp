@@ -746,11 +746,16 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
 
 template <int Format, bool Opaque>
 void runBlocks(const VmSampler& src, const Setup& k, const VmDestination& d) {
-    for (int by = d.y; by < d.y + d.height; by += block) {
-        for (int bx = d.x; bx < d.x + d.width; bx += block) {
-            runBlock<Format, Opaque>(src, k, d, bx, by, std::min(block, d.x + d.width - bx),
-                                     std::min(block, d.y + d.height - by));
-        }
+    const int bottom = d.y + d.height;
+    for (int by = d.y; by < bottom;) {
+        // A few rows left below a block join it rather than make a thin block of
+        // their own, which would map the rows about them and find its texels again:
+        // a strip's one extra row (the row above, for the PNG filter) cost as much as
+        // several rows of a full block.
+        const int bh = bottom - by <= block + block / 4 ? bottom - by : block;
+        for (int bx = d.x; bx < d.x + d.width; bx += block)
+            runBlock<Format, Opaque>(src, k, d, bx, by, std::min(block, d.x + d.width - bx), bh);
+        by += bh;
     }
 }
 

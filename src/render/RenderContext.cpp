@@ -112,29 +112,36 @@ void storeRow16(const float* src, quint16* dst, int width) {
 }
 
 /// Prepares `image` once, then calls fn(tile, scratch) for every tileSize square of
-/// `area` (cut short at its right and bottom), in parallel, with the thread's scratch.
+/// `area` (cut short at its right, and at its bottom cut short or up to a quarter
+/// taller), in parallel, with the thread's scratch.
 template <typename TileFn>
 void forEachTileRect(const Image& image, const QRect& area, TileFn&& fn,
                      RenderProgress* progress = nullptr) {
     image.node()->prepare();
-    const int cols = (area.width() + RenderContext::tileSize - 1) / RenderContext::tileSize;
-    const int rows = (area.height() + RenderContext::tileSize - 1) / RenderContext::tileSize;
+    constexpr int size = RenderContext::tileSize;
+    const int cols = (area.width() + size - 1) / size;
+    // A few rows left below the last whole row of tiles join it rather than make thin
+    // tiles of their own: a strip's one extra row (the row above, for the PNG filter)
+    // cost the kernel as much as several rows of a full tile.
+    const int whole = area.height() / size;
+    const int rows = whole == 0 || area.height() % size > size / 4 ? whole + 1 : whole;
     if (progress)
         progress->total.store(cols * rows, std::memory_order_relaxed);
     tbb::enumerable_thread_specific<Scratch> scratch;
-    tbb::parallel_for(
-        tbb::blocked_range<int>(0, cols * rows), [&](const tbb::blocked_range<int>& r) {
-            Scratch& local = scratch.local();
-            for (int t = r.begin(); t != r.end(); ++t) {
-                const int tx = area.left() + (t % cols) * RenderContext::tileSize;
-                const int ty = area.top() + (t / cols) * RenderContext::tileSize;
-                fn(QRect(tx, ty, std::min(RenderContext::tileSize, area.right() + 1 - tx),
-                         std::min(RenderContext::tileSize, area.bottom() + 1 - ty)),
-                   local);
-                if (progress)
-                    progress->done.fetch_add(1, std::memory_order_relaxed);
-            }
-        });
+    tbb::parallel_for(tbb::blocked_range<int>(0, cols * rows),
+                      [&](const tbb::blocked_range<int>& r) {
+                          Scratch& local = scratch.local();
+                          for (int t = r.begin(); t != r.end(); ++t) {
+                              const int tx = area.left() + (t % cols) * size;
+                              const int ty = area.top() + (t / cols) * size;
+                              const bool lastRow = t / cols == rows - 1;
+                              fn(QRect(tx, ty, std::min(size, area.right() + 1 - tx),
+                                       lastRow ? area.bottom() + 1 - ty : size),
+                                 local);
+                              if (progress)
+                                  progress->done.fetch_add(1, std::memory_order_relaxed);
+                          }
+                      });
 }
 
 /// Calls fn(tile, view) with every tile of `area` rendered.

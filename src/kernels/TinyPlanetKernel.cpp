@@ -347,7 +347,9 @@ VM_INLINE void footprints(const float* __restrict pu, const float* __restrict pv
 /// Fills in how each footprint of the row is sampled. Every choice is worked out for
 /// every pixel and then selected, so the loop vectorises; its conversions to int see
 /// only values already bounded. (Not inlined: inside the hot loop it stays scalar.)
-__attribute__((noinline)) VM_CLONED_LOOP void planTaps(RowFootprints& f, int w, int last) {
+/// Returns whether any pixel reads a level above 0 (then the next row's texels are
+/// worth asking for).
+__attribute__((noinline)) VM_CLONED_LOOP bool planTaps(RowFootprints& f, int w, int last) {
     // One tap: about the trilinear sample's first level, only for the prefetch
     // (levelBlend()'s branches would keep the loop scalar).
     const auto oneTapLevel = [last](float lod) {
@@ -359,12 +361,15 @@ __attribute__((noinline)) VM_CLONED_LOOP void planTaps(RowFootprints& f, int w, 
         stretchedAny |= f.anisotropic[i];
     if (!stretchedAny) {
         // Most rows of a preview at the defaults.
+        int coarse = 0;
         for (int i = 0; i < w; ++i) {
             f.taps[i] = 1;
             f.level[i] = oneTapLevel(f.lod[i]);
+            coarse |= f.level[i];
         }
-        return;
+        return coarse != 0;
     }
+    int coarse = 0;
     for (int i = 0; i < w; ++i) {
         const float lod = f.lod[i];
         const float lodMinor = f.lodMinor[i];
@@ -398,7 +403,9 @@ __attribute__((noinline)) VM_CLONED_LOOP void planTaps(RowFootprints& f, int w, 
         f.level[i] = taps > 1 ? (mild ? mildLevel : hardLevel) : oneTapLevel(lod);
         f.tent[i] = tent;
         f.spread[i] = spread;
+        coarse |= f.level[i];
     }
+    return coarse != 0;
 }
 
 template <int Format, bool Opaque>
@@ -649,8 +656,8 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
         mapRow(k, x0 - 1, y0 + j + 1, w + 2, nu, nv);
 
         footprints(pu, pv, cu, cv, nu, nv, w, k.width, k.height, k.circle, foot);
-        planTaps(foot, w, src.levelCount - 1);
-        if (j + 1 < h)
+        const bool coarse = planTaps(foot, w, src.levelCount - 1);
+        if (coarse && j + 1 < h)
             prefetchNextRow(src, nu + 1, nv + 1, foot, w);
 
         float* out = d.pixels + static_cast<int64_t>(y0 - d.y + j) * d.stride + 4 * (x0 - d.x);

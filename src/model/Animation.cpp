@@ -1,7 +1,6 @@
 #include "model/Animation.h"
 
 #include "model/Resources.h"
-#include "render/ImageNode.h"
 
 #include <QFileInfo>
 
@@ -113,11 +112,6 @@ Status writeAnimation(const AnimationJob& job, const QString& path,
     const auto cancelled = [progress] {
         return progress && progress->cancelled.load(std::memory_order_relaxed);
     };
-    // The source's pyramid is built before the frames fan out: built inside the first
-    // frame, the other threads would wait for it idle instead of helping.
-    if (const Result<render::Image> first = job.renderer.planet(
-            motionFrame(job.look, s.motion, 0, frames), job.source, job.layers, s.side))
-        first->node()->prepare();
     tbb::parallel_pipeline(
         framesInFlight,
         tbb::make_filter<void, std::shared_ptr<Frame>>(

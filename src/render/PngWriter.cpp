@@ -1,6 +1,5 @@
 #include "render/PngWriter.h"
 
-#include "render/ImageNode.h"
 #include "render/RenderContext.h"
 
 #include <QBuffer>
@@ -168,13 +167,6 @@ public:
 
     int width() const { return m_width; }
     int height() const { return m_height; }
-
-    /// Builds what the recipe needs before the strips fan out: done inside the first
-    /// strip, the other threads would wait for it idle instead of helping.
-    void prepare() const {
-        if (m_recipe)
-            m_recipe->node()->prepare();
-    }
 
     /// Makes the strip's rows, and the one before it (the filters look up), readable.
     bool load(Strip& strip) const {
@@ -352,7 +344,6 @@ Status writeRows(const RowSource& source, QIODevice& device, const PngEncoding& 
     bool headerWritten = false;
     std::atomic<bool> renderFailed{false};
 
-    source.prepare();
     int next = 0;
     tbb::parallel_pipeline(
         static_cast<size_t>(2 * tbb::this_task_arena::max_concurrency()),

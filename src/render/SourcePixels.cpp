@@ -199,7 +199,10 @@ void SourcePixels::refreshSampler() const {
 }
 
 void SourcePixels::ensurePyramid() const {
-    std::call_once(m_pyramidOnce, [this] {
+    // Threads that need the pyramid while another builds it help with its parallel
+    // loops rather than wait idle: an export's strips and an animation's frames all
+    // start by asking for it at once.
+    tbb::collaborative_call_once(m_pyramidOnce, [this] {
         buildPyramid();
         buildSeamTable();
         // Only a picture that leaves the sphere open above or below has edges to fill

@@ -5,8 +5,9 @@
 
 #include <QImage>
 
+#include <oneapi/tbb/collaborative_call_once.h>
+
 #include <memory>
-#include <mutex>
 #include <type_traits>
 #include <vector>
 
@@ -78,7 +79,7 @@ private:
     mutable std::vector<float> m_edgeSums;
     mutable bool m_seamWraps = true;
     mutable VmSampler m_sampler{};
-    mutable std::once_flag m_pyramidOnce;
+    mutable tbb::collaborative_once_flag m_pyramidOnce;
 };
 
 } // namespace velmora::render

@@ -5,12 +5,13 @@
 #include "render/RenderContext.h"
 #include "render/SourcePixels.h"
 
+#include <oneapi/tbb/collaborative_call_once.h>
+
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -247,56 +248,85 @@ private:
     std::shared_ptr<const ImageNode> m_child;
 };
 
-/// Renders its child once, over the pixels of its extent, the first time it is needed,
-/// and serves later tiles from those floats: the same values the child gives, without
-/// its cost. The buffer holds four floats a pixel for the node's life.
+/// Renders its child once, over the pixels of its extent, and serves later renders
+/// from those floats: the same values the child gives, without its cost. The buffer
+/// holds four floats a pixel for the node's life. Each tile (a TileGrid of the extent)
+/// is rendered when first asked for, by the thread that asks, so a render cut the same
+/// way (the graded preview over the kept projection) reads each tile straight from
+/// cache rather than in a second pass over the whole buffer.
 class MaterializedNode final : public ImageNode {
 public:
     explicit MaterializedNode(std::shared_ptr<const ImageNode> child)
         : ImageNode(child->extent())
         , m_child(std::move(child))
-        , m_area(extent().toAlignedRect()) {}
+        , m_grid(extent().toAlignedRect()) {}
 
     void prepare() const override {
-        std::call_once(m_once, [this] {
-            if (m_area.isEmpty())
+        tbb::collaborative_call_once(m_once, [this] {
+            if (m_grid.area.isEmpty())
                 return;
-            // Uninitialised: every tile writes all of its part.
+            m_child->prepare();
+            // Uninitialised: each tile writes all of its part before it is read.
             m_pixels = std::make_unique_for_overwrite<float[]>(
-                4 * static_cast<size_t>(m_area.width()) * static_cast<size_t>(m_area.height()));
-            RenderContext().renderFloatsInto(Image::fromNode(m_child), m_area, m_pixels.get());
+                4 * static_cast<size_t>(m_grid.area.width()) *
+                static_cast<size_t>(m_grid.area.height()));
+            m_made = std::make_unique<tbb::collaborative_once_flag[]>(
+                static_cast<size_t>(m_grid.count()));
         });
     }
 
     const float* heldPixels(const QRect& rect, std::ptrdiff_t& stride) const override {
         prepare();
-        if (!m_pixels || !m_area.contains(rect))
+        if (!m_pixels || !m_grid.area.contains(rect))
             return nullptr;
-        stride = 4 * std::ptrdiff_t{m_area.width()};
-        return m_pixels.get() + (rect.top() - m_area.top()) * stride +
-               4 * (rect.left() - m_area.left());
+        for (int row = m_grid.rowOf(rect.top()); row <= m_grid.rowOf(rect.bottom()); ++row)
+            for (int column = m_grid.columnOf(rect.left()); column <= m_grid.columnOf(rect.right());
+                 ++column)
+                make(row * m_grid.columns + column);
+        stride = rowFloats();
+        return m_pixels.get() + (rect.top() - m_grid.area.top()) * stride +
+               4 * (rect.left() - m_grid.area.left());
     }
 
     void render(const QRect& rect, const TileView& out, Scratch& scratch) const override {
         (void)scratch;
-        prepare();
-        const QRect inside = rect.intersected(m_area);
+        const QRect inside = rect.intersected(m_grid.area);
         if (inside != rect)
             out.clear();
-        if (inside.isEmpty() || !m_pixels)
+        if (inside.isEmpty())
             return;
         std::ptrdiff_t stride = 0;
         const float* from = heldPixels(inside, stride);
+        if (!from)
+            return;
         for (int y = 0; y < inside.height(); ++y)
             std::memcpy(out.row(inside.top() - rect.top() + y) + 4 * (inside.left() - rect.left()),
                         from + y * stride, sizeof(float) * 4 * static_cast<size_t>(inside.width()));
     }
 
 private:
+    std::ptrdiff_t rowFloats() const { return 4 * std::ptrdiff_t{m_grid.area.width()}; }
+
+    void make(int index) const {
+        // Collaborative: a thread waiting for a tile another is making helps with the
+        // parallel work that tile's render may start, rather than block.
+        tbb::collaborative_call_once(m_made[static_cast<size_t>(index)], [this, index] {
+            const QRect tile = m_grid.tile(index);
+            const TileView whole{m_pixels.get(), m_grid.area.width(), m_grid.area.height(),
+                                 rowFloats()};
+            Scratch scratch;
+            m_child->render(tile,
+                            whole.sub(tile.left() - m_grid.area.left(),
+                                      tile.top() - m_grid.area.top(), tile.width(), tile.height()),
+                            scratch);
+        });
+    }
+
     std::shared_ptr<const ImageNode> m_child;
-    QRect m_area;
-    mutable std::once_flag m_once;
+    TileGrid m_grid;
+    mutable tbb::collaborative_once_flag m_once;
     mutable std::unique_ptr<float[]> m_pixels;
+    mutable std::unique_ptr<tbb::collaborative_once_flag[]> m_made;
 };
 
 /// Per-pixel colour operations on straight (unpremultiplied) values.

@@ -118,33 +118,21 @@ void storeRow16(const float* src, quint16* dst, int width) {
     }
 }
 
-/// Prepares `image` once, then calls fn(tile, scratch) for every tileSize square of
-/// `area` (cut short at its right, and at its bottom cut short or up to a quarter
-/// taller), in parallel, with the thread's scratch.
+/// Prepares `image` once, then calls fn(tile, scratch) for every tile of `area` (a
+/// TileGrid), in parallel, with the thread's scratch.
 template <typename TileFn>
 void forEachTileRect(const Image& image, const QRect& area, TileFn&& fn,
                      RenderProgress* progress = nullptr) {
     image.node()->prepare();
-    constexpr int size = RenderContext::tileSize;
-    const int cols = (area.width() + size - 1) / size;
-    // A few rows left below the last whole row of tiles join it rather than make thin
-    // tiles of their own: a strip's one extra row (the row above, for the PNG filter)
-    // cost the kernel as much as several rows of a full tile.
-    const int whole = area.height() / size;
-    const int rows = whole == 0 || area.height() % size > size / 4 ? whole + 1 : whole;
+    const TileGrid grid(area);
     if (progress)
-        progress->total.store(cols * rows, std::memory_order_relaxed);
+        progress->total.store(grid.count(), std::memory_order_relaxed);
     tbb::enumerable_thread_specific<Scratch> scratch;
-    tbb::parallel_for(tbb::blocked_range<int>(0, cols * rows),
+    tbb::parallel_for(tbb::blocked_range<int>(0, grid.count()),
                       [&](const tbb::blocked_range<int>& r) {
                           Scratch& local = scratch.local();
                           for (int t = r.begin(); t != r.end(); ++t) {
-                              const int tx = area.left() + (t % cols) * size;
-                              const int ty = area.top() + (t / cols) * size;
-                              const bool lastRow = t / cols == rows - 1;
-                              fn(QRect(tx, ty, std::min(size, area.right() + 1 - tx),
-                                       lastRow ? area.bottom() + 1 - ty : size),
-                                 local);
+                              fn(grid.tile(t), local);
                               if (progress)
                                   progress->done.fetch_add(1, std::memory_order_relaxed);
                           }
@@ -172,6 +160,32 @@ void forEachTile(const Image& image, const QRect& area, TileFn&& fn,
 }
 
 } // namespace
+
+TileGrid::TileGrid(const QRect& whole)
+    : area(whole) {
+    if (area.isEmpty())
+        return;
+    columns = (area.width() + size - 1) / size;
+    // A strip's one extra row (the row above, for the PNG filter) as a tile of its own
+    // cost the kernel as much as several rows of a full tile.
+    const int full = area.height() / size;
+    rows = full == 0 || area.height() % size > size / 4 ? full + 1 : full;
+}
+
+QRect TileGrid::tile(int index) const {
+    const int x = area.left() + (index % columns) * size;
+    const int y = area.top() + (index / columns) * size;
+    const bool lastRow = index / columns == rows - 1;
+    return {x, y, std::min(size, area.right() + 1 - x), lastRow ? area.bottom() + 1 - y : size};
+}
+
+int TileGrid::columnOf(int x) const {
+    return (x - area.left()) / size;
+}
+
+int TileGrid::rowOf(int y) const {
+    return std::min((y - area.top()) / size, rows - 1);
+}
 
 QImage RenderContext::render(const Image& image, const QRect& area, Layout layout,
                              RenderProgress* progress) const {

@@ -26,6 +26,28 @@ struct RenderProgress {
     }
 };
 
+/// How a render cuts an area into tiles: squares of `size` from its top-left, cut short
+/// at its right; at its bottom a few rows left below the last whole row of tiles (up
+/// to a quarter of a tile) join it rather than make thin tiles of their own. A kept
+/// render cuts its pixels the same way, so each of its tiles is made and then read by
+/// one thread while it is still in cache.
+struct TileGrid {
+    static constexpr int size = 64;
+
+    explicit TileGrid(const QRect& area);
+
+    int count() const { return columns * rows; }
+    /// Tile `index`, row by row.
+    QRect tile(int index) const;
+    /// The column and row of the tile holding pixel column x, row y (inside the area).
+    int columnOf(int x) const;
+    int rowOf(int y) const;
+
+    QRect area;
+    int columns = 0;
+    int rows = 0;
+};
+
 /// Renders lazy images into pixels: the area is cut into tiles, every stage of the
 /// recipe runs fused per tile (no full-size intermediates), and the tiles run on the
 /// oneTBB thread pool while the calling thread waits and helps.
@@ -40,8 +62,6 @@ public:
         /// that keeps what 8 bits would lose.
         straightRgba16,
     };
-
-    static constexpr int tileSize = 64;
 
     /// Renders `area` of `image` (image coordinates) into a new image; 8-bit layouts get
     /// an ordered dither of half a code value so smooth gradients do not band. Returns

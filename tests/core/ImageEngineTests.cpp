@@ -2,6 +2,7 @@
 #include "layers/LayerGeometry.h"
 #include "render/ColorTables.h"
 #include "render/Image.h"
+#include "render/ImageNode.h"
 #include "render/RenderContext.h"
 #include "support/TestSupport.h"
 
@@ -11,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 
 using namespace velmora;
@@ -341,6 +343,49 @@ TEST(ImageEngine, AMaterialisedImageRendersAsItsRecipe) {
     // Nothing to keep for an image without bounds.
     const Image endless = Image::radialGradient({0, 0}, 1, 2, {1, 1, 1, 1}, {0, 0, 0, 1});
     EXPECT_EQ(endless.materialized().node(), endless.node());
+}
+
+// A kept render makes each of its pixels once, on whichever thread first asks for
+// it: a render cut as the kept one is (the graded preview) and renders cut otherwise
+// (reaching past its edge too) add no work, and all of them read the same values.
+TEST(ImageEngine, AMaterialisedImageMakesEachPixelOnce) {
+    class Counted final : public render::ImageNode {
+    public:
+        explicit Counted(const QRectF& extent)
+            : ImageNode(extent) {}
+        void render(const QRect& rect, const render::TileView& out,
+                    render::Scratch&) const override {
+            made += rect.width() * rect.height();
+            for (int y = 0; y < out.height; ++y) {
+                for (int x = 0; x < out.width; ++x) {
+                    float* p = out.row(y) + 4 * x;
+                    const QPoint at(rect.left() + x, rect.top() + y);
+                    const bool inside = extent().contains(QPointF(at) + QPointF(0.5, 0.5));
+                    p[0] = inside ? static_cast<float>(at.x()) / 256.f : 0.f;
+                    p[1] = inside ? static_cast<float>(at.y()) / 256.f : 0.f;
+                    p[2] = 0.f;
+                    p[3] = inside ? 1.f : 0.f;
+                }
+            }
+        }
+        mutable std::atomic<long> made{0};
+    };
+    // Columns and rows that tiles do not divide, the last few rows joining a tile.
+    const QRect area(0, 0, 150, 140);
+    const auto counted = std::make_shared<Counted>(QRectF(area));
+    const Image kept = Image::fromNode(counted).materialized();
+    RenderContext context;
+    const std::vector<float> whole = context.renderFloats(Image::fromNode(counted), area);
+    counted->made = 0;
+    EXPECT_EQ(context.renderFloats(kept, area), whole);
+    EXPECT_EQ(counted->made, area.width() * area.height());
+    const QImage shown = context.render(kept, area, RenderContext::Layout::premultipliedArgb32);
+    EXPECT_FALSE(shown.isNull());
+    for (const QRect part : {QRect(-5, 7, 90, 200), QRect(33, 61, 1, 1)})
+        EXPECT_EQ(
+            context.renderFloats(kept, part),
+            context.renderFloats(Image::fromNode(std::make_shared<Counted>(QRectF(area))), part));
+    EXPECT_EQ(counted->made, area.width() * area.height());
 }
 
 TEST(ImageEngine, EightBitOutputRoundsWithinOneCodeValue) {

@@ -50,6 +50,7 @@
 
 #include "kernels/FastMath.h"
 #include "kernels/KernelAbi.h"
+#include "kernels/PlannedSampling.h"
 #include "kernels/Sampling.h"
 #include "kernels/WideSampling.h"
 
@@ -61,7 +62,7 @@ namespace fm = velmora::fastmath;
 
 namespace {
 
-constexpr int block = 64;
+constexpr int block = plannedPixels;
 
 struct Setup {
     float centreX = 0.f; // planet centre, pixels
@@ -408,15 +409,22 @@ __attribute__((noinline)) VM_CLONED_LOOP bool planTaps(RowFootprints& f, int w, 
     return coarse != 0;
 }
 
+/// planOneTaps() compiled for the processor, as the loops above.
+__attribute__((noinline)) VM_CLONED_LOOP void
+planOneTapRow(const VmSampler& src, const float* __restrict us, const float* __restrict vs,
+              const float* __restrict lod, int w, OneTapPlan& out) {
+    planOneTaps(src, us, vs, lod, w, out);
+}
+
 template <int Format, bool Opaque>
 VM_INLINE Rgba sampleFootprint(const VmSampler& src, float u, float v, const RowFootprints& f,
-                               int i, bool wide) {
+                               const OneTapPlan& oneTap, int i, bool wide) {
     const int taps = f.taps[i];
     const int level = f.level[i];
     const float tent = f.tent[i];
     const float spread = f.spread[i];
     if (taps <= 1)
-        return samplePanorama<Format, Opaque>(src, u, v, f.lod[i]);
+        return plannedSample<Format, Opaque>(src, oneTap, i);
     const VmLevel& at = src.levels[level];
     Rgba sum;
     const float step = 1.f / static_cast<float>(taps);
@@ -637,6 +645,7 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
     alignas(32) float u[3][block + 8];
     alignas(32) float v[3][block + 8];
     RowFootprints foot;
+    OneTapPlan oneTap;
 
     TexelCache cache;
     if constexpr (Opaque && Format != VM_FORMAT_RGBA16) {
@@ -693,6 +702,13 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
                 }
             }
         }
+        // One-tap pixels left to sample, as in most rows of a preview (not in those of
+        // a large export, whose pixels are nearly all done above, nor round a pole).
+        int oneTapAny = 0;
+        for (int i = 0; i < w; ++i)
+            oneTapAny |= foot.taps[i] <= 1 && !simple[i] ? 1 : 0;
+        if (oneTapAny)
+            planOneTapRow(src, cu + 1, cv + 1, foot.lod, w, oneTap);
         for (; todo != 0; todo &= todo - 1) {
             const int i = __builtin_ctzll(todo);
             const float pixelU = cu[i + 1];
@@ -718,9 +734,9 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
             } else if (open) {
                 c = sideFill<Format, Opaque>(src, k, across, pixelV);
             } else {
-                c = simple[i]
-                        ? Rgba{_mm_loadu_ps(out + 4 * i)}
-                        : sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot, i, k.wide);
+                c = simple[i] ? Rgba{_mm_loadu_ps(out + 4 * i)}
+                              : sampleFootprint<Format, Opaque>(src, pixelU, pixelV, foot, oneTap,
+                                                                i, k.wide);
                 if (k.seamHalf > 0.f) {
                     const float ds = seamDistance(pixelU);
                     const float reach = std::fabs(ds);

@@ -1,4 +1,5 @@
 #include "filter/TinyPlanetFilter.h"
+#include "kernels/PlannedSampling.h"
 #include "kernels/Sampling.h"
 #include "kernels/WideSampling.h"
 #include "model/PlanetModel.h"
@@ -616,6 +617,67 @@ TEST(MagnifiedSpan, MatchesTheScalarBilinearWithOrWithoutTheCache) {
                     ASSERT_EQ(cached[4 * i + ch], gathered[4 * i + ch])
                         << "pixel " << i << " with the patch at " << patch.x() << "," << patch.y();
         }
+    }
+}
+
+// A row's planned samples are samplePanorama()'s, float for float: at every level and
+// between levels (the bands either side of a level included), across the wrap, past
+// the top and bottom rows, and at level 0 in either byte order, with or without alpha.
+TEST(PlannedSampling, GivesWhatSamplePanoramaGives) {
+    QRandomGenerator random(5);
+    const QImage picture = noise(37, 19, QImage::Format_RGBA8888, random);
+    for (const QImage& source : {picture, picture.convertToFormat(QImage::Format_RGB32),
+                                 picture.convertToFormat(QImage::Format_RGBX8888)}) {
+        const auto pixels = render::SourcePixels::create(source);
+        pixels->ensurePyramid();
+        const VmSampler& s = pixels->sampler();
+        ASSERT_GE(s.levelCount, 4);
+        constexpr int n = sampling::plannedPixels;
+        alignas(32) float us[n];
+        alignas(32) float vs[n];
+        alignas(32) float lods[n];
+        for (int i = 0; i < n; ++i) {
+            us[i] = i < 4 ? (i % 2 ? 0.999f : 0.001f) : static_cast<float>(random.generateDouble());
+            vs[i] = static_cast<float>(random.generateDouble() * 1.4 - 0.2);
+            // Every level, some at the bands' ends, and a few beyond the first and last.
+            const int whole = random.bounded(s.levelCount - 1);
+            const double ends[] = {0.29, 0.31, 0.69, 0.71};
+            const double part = i % 4 ? random.generateDouble() : ends[random.bounded(4)];
+            lods[i] = static_cast<float>(whole + part);
+        }
+        lods[4] = -1.f;
+        lods[5] = static_cast<float>(s.levelCount) - 0.5f;
+        lods[6] = 1e30f;
+        lods[n - 1] = std::numeric_limits<float>::quiet_NaN();
+        sampling::OneTapPlan plan;
+        sampling::planOneTaps(s, us, vs, lods, n, plan);
+        int blended = 0;
+        for (int i = 0; i < n; ++i) {
+            sampling::Rgba got;
+            sampling::Rgba expected;
+            if (s.format == VM_FORMAT_BGRA8) {
+                got = sampling::plannedSample<VM_FORMAT_BGRA8, true>(s, plan, i);
+                expected =
+                    sampling::samplePanorama<VM_FORMAT_BGRA8, true>(s, us[i], vs[i], lods[i]);
+            } else if (s.opaque) {
+                got = sampling::plannedSample<VM_FORMAT_RGBA8, true>(s, plan, i);
+                expected =
+                    sampling::samplePanorama<VM_FORMAT_RGBA8, true>(s, us[i], vs[i], lods[i]);
+            } else {
+                got = sampling::plannedSample<VM_FORMAT_RGBA8, false>(s, plan, i);
+                expected =
+                    sampling::samplePanorama<VM_FORMAT_RGBA8, false>(s, us[i], vs[i], lods[i]);
+            }
+            blended += plan.next[i] > 0.f;
+            alignas(16) float a[4];
+            alignas(16) float b[4];
+            _mm_store_ps(a, got.v);
+            _mm_store_ps(b, expected.v);
+            for (int ch = 0; ch < 4; ++ch)
+                ASSERT_EQ(a[ch], b[ch]) << "pixel " << i << " at lod " << lods[i] << ", channel "
+                                        << ch << ", format " << s.format;
+        }
+        EXPECT_GT(blended, n / 8) << "too few pixels between two levels to test";
     }
 }
 

@@ -348,8 +348,8 @@ VM_INLINE void footprints(const float* __restrict pu, const float* __restrict pv
 /// Fills in how each footprint of the row is sampled. Every choice is worked out for
 /// every pixel and then selected, so the loop vectorises; its conversions to int see
 /// only values already bounded. (Not inlined: inside the hot loop it stays scalar.)
-/// Returns whether any pixel reads a level above 0 (then the next row's texels are
-/// worth asking for).
+/// Returns whether any pixel reads a level above 0 or takes several taps (then the
+/// next row's texels are worth asking for).
 __attribute__((noinline)) VM_CLONED_LOOP bool planTaps(RowFootprints& f, int w, int last) {
     // One tap: about the trilinear sample's first level, only for the prefetch
     // (levelBlend()'s branches would keep the loop scalar).
@@ -404,7 +404,7 @@ __attribute__((noinline)) VM_CLONED_LOOP bool planTaps(RowFootprints& f, int w, 
         f.level[i] = taps > 1 ? (mild ? mildLevel : hardLevel) : oneTapLevel(lod);
         f.tent[i] = tent;
         f.spread[i] = spread;
-        coarse |= f.level[i];
+        coarse |= f.level[i] | (taps - 1);
     }
     return coarse != 0;
 }
@@ -608,31 +608,36 @@ VM_INLINE void cacheMagnifiedTexels(const VmSampler& src, const Setup& k, int x0
     fillTexelCache(src, bgra, cache);
 }
 
-/// Asks memory for the two rows of a VM_FORMAT_LINEAR16 level about (x, y), in its
-/// texels. (Inlined by force: a prefetch alone in a function of its own has no
-/// effect the compiler keeps.)
-VM_INLINE void prefetchTexels(const VmLevel& at, float x, float y) {
+/// Asks memory for the two rows of a level about (x, y), in its texels of
+/// `texelBytes` each. (Inlined by force: a prefetch alone in a function of its own has
+/// no effect the compiler keeps.)
+VM_INLINE void prefetchTexels(const VmLevel& at, int texelBytes, float x, float y) {
     const int x0 = static_cast<int>(clampf(x, 0.f, static_cast<float>(at.width - 1)));
     const int y0 = static_cast<int>(clampf(y, 0.f, static_cast<float>(at.height - 1)));
     const int y1 = y0 + 1 < at.height ? y0 + 1 : y0;
-    const int64_t column = 8 * static_cast<int64_t>(x0);
+    const int64_t column = texelBytes * static_cast<int64_t>(x0);
     _mm_prefetch(reinterpret_cast<const char*>(rowOf(at, y0) + column), _MM_HINT_T0);
     _mm_prefetch(reinterpret_cast<const char*>(rowOf(at, y1) + column), _MM_HINT_T0);
 }
 
 /// Asks memory for the pyramid rows the next row's pixels will read, a row of pixels
-/// ahead: the preview reads levels above 0 along arcs no hardware prefetcher follows,
-/// and waits on them more than it computes. Each pixel's level is taken from the
-/// pixel above, whose footprint is all but the same, and only the middle of a
-/// stretched footprint is asked for (the rest of its taps are mostly its neighbours').
+/// ahead: the preview reads levels above 0, and stretched footprints level 0 too,
+/// along arcs no hardware prefetcher follows, and waits on them more than it
+/// computes. Each pixel's level is taken from the pixel above, whose footprint is all
+/// but the same, and only the middle of a stretched footprint is asked for (the rest
+/// of its taps are mostly its neighbours'). Level 0's single bilinear samples are
+/// left alone: they magnify, and their neighbours read the same texels.
+template <int Format>
 VM_INLINE void prefetchNextRow(const VmSampler& src, const float* __restrict nu,
                                const float* __restrict nv, const RowFootprints& foot, int w) {
+    constexpr int levelZeroBytes = Format == VM_FORMAT_RGBA16 ? 8 : 4;
     for (int i = 0; i < w; ++i) {
         const int level = foot.level[i];
-        if (level == 0)
+        if (level == 0 && foot.taps[i] <= 1)
             continue;
         const VmLevel& at = src.levels[level];
-        prefetchTexels(at, nu[i] * static_cast<float>(at.width) - 0.5f,
+        prefetchTexels(at, level == 0 ? levelZeroBytes : 8,
+                       nu[i] * static_cast<float>(at.width) - 0.5f,
                        clampf(nv[i], 0.f, 1.f) * static_cast<float>(at.height) - 0.5f);
     }
 }
@@ -665,9 +670,9 @@ VM_CLONED_LOOP void runBlock(const VmSampler& src, const Setup& k, const VmDesti
         mapRow(k, x0 - 1, y0 + j + 1, w + 2, nu, nv);
 
         footprints(pu, pv, cu, cv, nu, nv, w, k.width, k.height, k.circle, foot);
-        const bool coarse = planTaps(foot, w, src.levelCount - 1);
-        if (coarse && j + 1 < h)
-            prefetchNextRow(src, nu + 1, nv + 1, foot, w);
+        const bool farApart = planTaps(foot, w, src.levelCount - 1);
+        if (farApart && j + 1 < h)
+            prefetchNextRow<Format>(src, nu + 1, nv + 1, foot, w);
 
         float* out = d.pixels + static_cast<int64_t>(y0 - d.y + j) * d.stride + 4 * (x0 - d.x);
         // Pixels whose footprint reads level 0 alone with one bilinear sample, sampled

@@ -162,34 +162,52 @@ VM_INLINE Rgba bilinear(const VmSampler& s, const VmLevel& level, float x, float
     return lerp(top, bottom, ty);
 }
 
+/// Where a bilinear sample of a w x h panorama level at (u, v) reads, u already in
+/// [0, 1] and v anything: its first column (left of the first texel is the last), its
+/// two rows (clamped to the level) and its fractions. Branch-free, so a row's worth
+/// vectorises (PlannedSampling.h).
+struct PanoramaTaps {
+    int x;
+    int row0;
+    int row1;
+    float tx;
+    float ty;
+};
+
+VM_INLINE PanoramaTaps panoramaTaps(float u, float v, int w, int h) {
+    // x in [-0.5, w - 0.5], so x + 1 is positive and truncation floors it.
+    const float x = u * static_cast<float>(w) - 0.5f;
+    const float y = clampf(v, 0.f, 1.f) * static_cast<float>(h) - 0.5f;
+    const int x0 = static_cast<int>(x + 1.f) - 1;
+    const int y0 = static_cast<int>(y + 1.f) - 1;
+    return {x0 < 0 ? w - 1 : x0, y0 < 0 ? 0 : y0, y0 + 1 < h ? y0 + 1 : h - 1,
+            x - static_cast<float>(x0), y - static_cast<float>(y0)};
+}
+
+/// The bilinear sample of panorama level `index` that `at` describes.
+template <int Format, bool Opaque>
+VM_INLINE Rgba bilinearPanoramaAt(const VmSampler& s, int index, const PanoramaTaps& at) {
+    const VmLevel& level = s.levels[index];
+    const unsigned char* r0 = rowOf(level, at.row0);
+    const unsigned char* r1 = rowOf(level, at.row1);
+    // A linear level's right neighbour of the last texel is its padding; level 0 wraps.
+    if (index > 0)
+        return linearBilinear(r0, r1, at.x, at.tx, at.ty);
+    const int x1 = at.x + 1 == level.width ? 0 : at.x + 1;
+    const Rgba top =
+        lerp(texelInRow<Format, Opaque>(s, r0, at.x), texelInRow<Format, Opaque>(s, r0, x1), at.tx);
+    const Rgba bottom =
+        lerp(texelInRow<Format, Opaque>(s, r1, at.x), texelInRow<Format, Opaque>(s, r1, x1), at.tx);
+    return lerp(top, bottom, at.ty);
+}
+
 /// Bilinear sample of panorama level `index` at (u, v), u already in [0, 1): the
 /// kernel's hot path, with just the wrap and clamp that range needs. v may be anything.
 template <int Format, bool Opaque>
 VM_INLINE Rgba bilinearPanorama(const VmSampler& s, int index, float u, float v) {
     const VmLevel& level = s.levels[index];
-    const int w = level.width;
-    const int h = level.height;
-    // x in [-0.5, w - 0.5), so x + 1 is positive and truncation floors it.
-    const float x = u * static_cast<float>(w) - 0.5f;
-    const float y = clampf(v, 0.f, 1.f) * static_cast<float>(h) - 0.5f;
-    int x0 = static_cast<int>(x + 1.f) - 1;
-    const int y0 = static_cast<int>(y + 1.f) - 1;
-    const float tx = x - static_cast<float>(x0);
-    const float ty = y - static_cast<float>(y0);
-    const unsigned char* r0 = rowOf(level, y0 < 0 ? 0 : y0);
-    const unsigned char* r1 = rowOf(level, y0 + 1 < h ? y0 + 1 : h - 1);
-    if (index > 0) {
-        // Left of the first texel is the last; its right neighbour is the padding.
-        return linearBilinear(r0, r1, x0 < 0 ? w - 1 : x0, tx, ty);
-    }
-    int x1 = x0 + 1;
-    x0 = x0 < 0 ? w - 1 : x0;
-    x1 = x1 >= w ? 0 : x1;
-    const Rgba top =
-        lerp(texelInRow<Format, Opaque>(s, r0, x0), texelInRow<Format, Opaque>(s, r0, x1), tx);
-    const Rgba bottom =
-        lerp(texelInRow<Format, Opaque>(s, r1, x0), texelInRow<Format, Opaque>(s, r1, x1), tx);
-    return lerp(top, bottom, ty);
+    return bilinearPanoramaAt<Format, Opaque>(s, index,
+                                              panoramaTaps(u, v, level.width, level.height));
 }
 
 /// A cheap log2, good to about 0.005: enough to pick a pyramid level.
@@ -216,16 +234,20 @@ struct LevelBlend {
     float next;
 };
 
-VM_INLINE LevelBlend levelBlend(const VmSampler& s, float lod, float band) {
-    const int last = s.levelCount - 1;
+/// levelBlend() for a pyramid whose last level is `last`. Branch-free, so a row's
+/// worth vectorises (PlannedSampling.h).
+VM_INLINE LevelBlend levelBlendBelow(int last, float lod, float band) {
     lod = clampf(lod, 0.f, static_cast<float>(last));
     const int l0 = static_cast<int>(lod);
     const float t = lod - static_cast<float>(l0);
-    if (t > 1.f - band && l0 < last)
-        return {l0 + 1, 0.f};
-    if (t < band || l0 == last)
-        return {l0, 0.f};
-    return {l0, (t - band) * (1.f / (1.f - 2.f * band))};
+    // Near the next level, that level alone; near this one (or at the last), this one.
+    const bool up = t > 1.f - band && l0 < last;
+    const bool alone = up || t < band || l0 == last;
+    return {up ? l0 + 1 : l0, alone ? 0.f : (t - band) * (1.f / (1.f - 2.f * band))};
+}
+
+VM_INLINE LevelBlend levelBlend(const VmSampler& s, float lod, float band) {
+    return levelBlendBelow(s.levelCount - 1, lod, band);
 }
 
 /// The kernel's single-level band: wider than sampleLod's.

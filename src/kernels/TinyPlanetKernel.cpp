@@ -351,8 +351,8 @@ VM_INLINE void footprints(const float* __restrict pu, const float* __restrict pv
 /// Returns whether any pixel reads a level above 0 or takes several taps (then the
 /// next row's texels are worth asking for).
 __attribute__((noinline)) VM_CLONED_LOOP bool planTaps(RowFootprints& f, int w, int last) {
-    // One tap: about the trilinear sample's first level, only for the prefetch
-    // (levelBlend()'s branches would keep the loop scalar).
+    // One tap: about the trilinear sample's first level, which is all the prefetch
+    // needs (the sample itself is planned by planOneTaps()).
     const auto oneTapLevel = [last](float lod) {
         return std::min(static_cast<int>(clampf(lod, 0.f, static_cast<float>(last)) + panoramaBand),
                         last);
@@ -362,15 +362,15 @@ __attribute__((noinline)) VM_CLONED_LOOP bool planTaps(RowFootprints& f, int w, 
         stretchedAny |= f.anisotropic[i];
     if (!stretchedAny) {
         // Most rows of a preview at the defaults.
-        int coarse = 0;
+        int farApart = 0;
         for (int i = 0; i < w; ++i) {
             f.taps[i] = 1;
             f.level[i] = oneTapLevel(f.lod[i]);
-            coarse |= f.level[i];
+            farApart |= f.level[i];
         }
-        return coarse != 0;
+        return farApart != 0;
     }
-    int coarse = 0;
+    int farApart = 0;
     for (int i = 0; i < w; ++i) {
         const float lod = f.lod[i];
         const float lodMinor = f.lodMinor[i];
@@ -404,9 +404,9 @@ __attribute__((noinline)) VM_CLONED_LOOP bool planTaps(RowFootprints& f, int w, 
         f.level[i] = taps > 1 ? (mild ? mildLevel : hardLevel) : oneTapLevel(lod);
         f.tent[i] = tent;
         f.spread[i] = spread;
-        coarse |= f.level[i] | (taps - 1);
+        farApart |= f.level[i] | (taps - 1);
     }
-    return coarse != 0;
+    return farApart != 0;
 }
 
 /// planOneTaps() compiled for the processor, as the loops above.

@@ -236,7 +236,10 @@ QImage readArtwork(const QString& path) {
     QImageReader reader(path);
     if (!render::checkClaimedSize(reader, QFileInfo(path).size(), render::maxArtworkPixels, path))
         return {};
-    return reader.read();
+    QImage image = reader.read();
+    if (!render::checkDecodedSize(image, render::maxArtworkPixels, path))
+        return {};
+    return image;
 }
 
 } // namespace

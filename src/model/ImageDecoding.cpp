@@ -57,6 +57,8 @@ Result<render::Image> decode(QImageReader& reader, const QString& what, qint64 d
             QCoreApplication::translate("ImageDecoding", "%1: cannot decode the picture (%2)")
                 .arg(what, reason)};
     }
+    if (const Status made = render::checkDecodedSize(image, maxPixels, what); !made)
+        return made.failure();
     // Qt keeps the profile it read (PNG's iCCP, TIFF's tag) with the picture.
     if (image.colorSpace().isValid())
         toWorkingSpace(image, image.colorSpace().iccProfile(), what, warnings);

@@ -42,18 +42,21 @@ Status copyWhole(const QString& from, const QString& to) {
     return {};
 }
 
-/// The file written into `folder`.
+/// The file written into `folder`; a refusal names `path`.
 Result<QString> importOne(const QString& path, const QDir& folder) {
+    const auto refuse = [&](const QString& why) {
+        return Failure{QStringLiteral("%1: %2").arg(path, why)};
+    };
     const QFileInfo info(path);
     if (!info.isFile())
-        return Failure{QCoreApplication::translate("UserArtwork", "not a regular file")};
+        return refuse(QCoreApplication::translate("UserArtwork", "not a regular file"));
     QImageReader reader(path);
     const QByteArray format = reader.format();
     const bool svg = format == "svg" || format == "svgz";
     if (svg) {
         const QSize nominal = reader.size();
         if (nominal.isEmpty())
-            return Failure{QCoreApplication::translate("UserArtwork", "the drawing has no size")};
+            return refuse(QCoreApplication::translate("UserArtwork", "the drawing has no size"));
         reader.setScaledSize(nominal.scaled(svgImportSide, svgImportSide, Qt::KeepAspectRatio));
     } else if (const Status fits =
                    render::checkClaimedSize(reader, info.size(), render::maxArtworkPixels, path);
@@ -62,7 +65,9 @@ Result<QString> importOne(const QString& path, const QDir& folder) {
     }
     const QImage image = reader.read();
     if (image.isNull())
-        return Failure{reader.errorString()};
+        return refuse(reader.errorString());
+    if (const Status made = render::checkDecodedSize(image, render::maxArtworkPixels, path); !made)
+        return made.failure();
     const QString target = freePngName(folder, info.completeBaseName());
     // A PNG keeps its bytes (16 bits, its profile); the rest are written as PNG.
     const Status written =
@@ -70,7 +75,7 @@ Result<QString> importOne(const QString& path, const QDir& folder) {
             ? copyWhole(path, target)
             : render::writePngFile(image.convertToFormat(QImage::Format_RGBA8888), target);
     if (!written)
-        return written.failure();
+        return refuse(written.message());
     return target;
 }
 
@@ -100,7 +105,7 @@ ArtworkImport importArtwork(const QStringList& files, const QString& category,
         if (const Result<QString> done = importOne(file, folder))
             result.added.append(*done);
         else
-            result.refused.append(QStringLiteral("%1: %2").arg(file, done.message()));
+            result.refused.append(done.message());
     }
     // A category made for files that were all refused goes again.
     if (!existed && result.added.isEmpty())

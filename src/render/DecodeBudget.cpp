@@ -2,6 +2,7 @@
 
 #include "render/SourcePixels.h"
 
+#include <QImage>
 #include <QImageReader>
 
 namespace velmora::render {
@@ -55,6 +56,10 @@ Status checkPixelLimit(QSize size, int bytesPerPixel, qint64 maxPixels, const QS
                 .arg(bytesPerPixel * 2)
                 .arg(mib)};
     return {};
+}
+
+Status checkDecodedSize(const QImage& image, qint64 maxPixels, const QString& what) {
+    return checkPixelLimit(image.size(), image.depth() > 32 ? 8 : 4, maxPixels, what);
 }
 
 } // namespace velmora::render

@@ -5,6 +5,7 @@
 #include <QSize>
 #include <QString>
 
+class QImage;
 class QImageReader;
 
 namespace velmora::render {
@@ -27,5 +28,9 @@ Status checkClaimedSize(QImageReader& reader, qint64 dataBytes, qint64 maxPixels
 Status checkDataHolds(QSize size, qint64 dataBytes, const QString& what);
 /// The limit half: `size` at `bytesPerPixel` (4 or 8) within `maxPixels`.
 Status checkPixelLimit(QSize size, int bytesPerPixel, qint64 maxPixels, const QString& what);
+/// The limit again, on what a reader actually made: a container's header does not
+/// bind the picture inside it (an icon may hold a PNG of any size), so only Qt's
+/// allocation limit stood between such a file and memory.
+Status checkDecodedSize(const QImage& image, qint64 maxPixels, const QString& what);
 
 } // namespace velmora::render

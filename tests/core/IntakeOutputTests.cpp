@@ -175,6 +175,37 @@ TEST_F(IntakeTest, OversizedAndImpossibleSizesAreRefusedInWords) {
 
 // A JPEG cut short decodes to grey without complaint from the decoder; it is a
 // failure that says so. Data after a complete picture is no such thing.
+// An icon's directory says 16 x 16 whatever the PNG inside it holds, so the limit is
+// held against the picture that came out, not only against what a header claimed.
+TEST_F(IntakeTest, APictureLargerThanItsHeaderSaidIsStillHeldToTheLimit) {
+    QImage inner(200, 100, QImage::Format_ARGB32);
+    inner.fill(QColor(30, 60, 90, 255));
+    QByteArray png;
+    QBuffer buffer(&png);
+    ASSERT_TRUE(buffer.open(QIODevice::WriteOnly) && inner.save(&buffer, "PNG"));
+    QByteArray icon("\0\0\x01\0\x01\0", 6);
+    // One entry: 16 x 16, no palette, 1 plane, 32 bits, then the PNG's size and offset.
+    icon += QByteArray("\x10\x10\0\0\x01\0\x20\0", 8);
+    for (const quint32 field : {quint32(png.size()), quint32(22)})
+        for (int shift = 0; shift < 32; shift += 8)
+            icon += char((field >> shift) & 0xff);
+    icon += png;
+    const QString path = files.addFile(QStringLiteral("icon.ico"), icon);
+
+    const Result<render::Image> fits = decodeImageFile(path, nullptr, 200 * 100);
+    ASSERT_TRUE(fits.ok()) << fits.message();
+    EXPECT_EQ(fits->extent(), QRectF(0, 0, 200, 100));
+    for (const Result<render::Image>& refused :
+         {decodeImageFile(path, nullptr, 200 * 100 - 1),
+          decodeImageData(icon, {}, nullptr, 200 * 100 - 1)}) {
+        ASSERT_FALSE(refused.ok());
+        EXPECT_TRUE(
+            refused.message().contains(QStringLiteral("200 \u00d7 100 pixels is more than")))
+            << refused.message();
+    }
+    EXPECT_TRUE(decodeImageFile(path, nullptr, 200 * 100 - 1).message().startsWith(path + ": "));
+}
+
 TEST_F(IntakeTest, AJpegCutShortIsRefused) {
     const QByteArray whole = jpegOf(test::testPanorama(512, 256), 90);
     ASSERT_TRUE(decodeImageFile(files.addFile(QStringLiteral("whole.jpg"), whole)).ok());

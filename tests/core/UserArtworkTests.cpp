@@ -101,17 +101,21 @@ TEST_F(UserArtworkTest, ImportCopiesPngsConvertsTheRestAndRefusesWhatDoesNotDeco
                         "<svg xmlns='http://www.w3.org/2000/svg' width='100' height='50'>"
                         "<circle cx='25' cy='25' r='20' fill='red'/></svg>");
     const QString broken = sources.addFile(QStringLiteral("broken.png"), "\x89PNG not really");
+    const QString huge = sources.addFile(QStringLiteral("huge.png"), test::pngClaiming(9000, 9000));
     const QString folder = sources.file(QStringLiteral("a folder"));
     QDir().mkpath(folder);
 
     const ArtworkImport result =
-        importArtwork({png, jpeg, svg, broken, folder}, QString(), userFolder());
+        importArtwork({png, jpeg, svg, broken, huge, folder}, QString(), userFolder());
     const QString into = QDir(userFolder()).filePath(QStringLiteral("My Artwork"));
     EXPECT_EQ(result.added,
               (QStringList{into + "/logo.png", into + "/photo.png", into + "/patch.png"}));
-    ASSERT_EQ(result.refused.size(), 2);
-    EXPECT_TRUE(result.refused[0].startsWith(broken)) << result.refused[0];
-    EXPECT_TRUE(result.refused[1].startsWith(folder)) << result.refused[1];
+    ASSERT_EQ(result.refused.size(), 3);
+    EXPECT_TRUE(result.refused[0].startsWith(broken + ": ")) << result.refused[0];
+    // Named once, like every other refusal.
+    EXPECT_EQ(result.refused[1].count(huge), 1) << result.refused[1];
+    EXPECT_TRUE(result.refused[1].contains(QStringLiteral("megapixel limit"))) << result.refused[1];
+    EXPECT_TRUE(result.refused[2].startsWith(folder + ": ")) << result.refused[2];
     // Nothing else in the folder: no temporary files, no half copies.
     EXPECT_EQ(filesUnder(userFolder()),
               (QStringList{"My Artwork/logo.png", "My Artwork/patch.png", "My Artwork/photo.png"}));

@@ -105,6 +105,9 @@ Result<HeifDecoded> decodeHeif(const QByteArray& data, const HeifSizeCheck& fits
     const int height = heif_image_get_height(image.get(), heif_channel_interleaved);
     if (!plane || width <= 0 || height <= 0)
         return Failure{QStringLiteral("%1: the decoder gave no pixels").arg(what)};
+    // Held again as decoded: the handle's size is only what the file claimed.
+    if (const Status allowed = fits(QSize(width, height), deep); !allowed)
+        return allowed.failure();
     HeifDecoded picture;
     picture.image = QImage(width, height, deep ? QImage::Format_RGBA64 : QImage::Format_RGBA8888);
     if (picture.image.isNull())

@@ -25,13 +25,14 @@ void decodeWithin(const QByteArray& bytes, qint64 maxPixels) {
     }
     const std::shared_ptr<const render::SourcePixels> pixels = decoded->sourcePixels();
     FUZZ_CHECK(pixels != nullptr);
+    const qint64 made = qint64(pixels->width()) * pixels->height();
     // Within the limit asked for, whatever the header claimed: an icon's directory
     // does not bind the PNG inside it.
-    FUZZ_CHECK(qint64(pixels->width()) * pixels->height() <= maxPixels);
+    FUZZ_CHECK(made <= maxPixels);
     // The pyramid and seam table are built from whatever came out, up to a megapixel:
     // the code is the same at every size, and under the fuzzer's instrumentation a
     // 9-megapixel pyramid (a kilobyte of progressive JPEG) takes 8 s.
-    if (qint64(pixels->width()) * pixels->height() <= 1'000'000)
+    if (made <= 1'000'000)
         pixels->ensurePyramid();
 }
 
